@@ -1,0 +1,86 @@
+#pragma once
+
+#include "common/container/vector.h"
+#include "common/debug/assert.h"
+
+#include <memory>
+#include <utility>
+
+namespace Tarq::Common::Container {
+
+/// A growable array kept in segments of `SegmentSize` elements each: growing never moves an element.
+///
+/// Reading at or beyond the size asserts "index out of range"; what comes back then is one element of its default value
+/// that is kept for this purpose, reset at each such access.
+template <class T, uint32 SegmentSize = 1024>
+class SegmentVector {
+public:
+    using value_type = T;
+    using size_type = uint32;
+
+    explicit SegmentVector(const Memory::AllocatorPtr& allocator) noexcept : mSegments(allocator) {}
+    SegmentVector(const SegmentVector& other) : SegmentVector(other.mSegments.getAllocator()) {
+        for (size_type index = 0; index < other.mSize; ++index)
+            push_back(other[index]);
+    }
+    SegmentVector(SegmentVector&& other) noexcept
+        : mSegments(std::move(other.mSegments)), mSize(std::exchange(other.mSize, 0)) {}
+    SegmentVector& operator=(SegmentVector other) noexcept {
+        swap(other);
+        return *this;
+    }
+    ~SegmentVector() {
+        clear();
+        for (T* segment : mSegments)
+            Memory::releaseBytes(mSegments.getAllocator(), segment);
+    }
+
+    bool empty() const noexcept { return mSize == 0; }
+    size_type size() const noexcept { return mSize; }
+    size_type capacity() const noexcept { return mSegments.size() * SegmentSize; }
+
+    T& operator[](size_type index) { return isInRange(index) ? element(index) : fallback(); }
+    const T& operator[](size_type index) const { return isInRange(index) ? element(index) : fallback(); }
+    T& back() { return (*this)[mSize - 1]; }
+    const T& back() const { return (*this)[mSize - 1]; }
+
+    void push_back(const T& value) { emplace_back(value); }
+    void push_back(T&& value) { emplace_back(std::move(value)); }
+    /// Throws `OutOfMemoryException`; nothing has changed then.
+    template <class... Arguments>
+    T& emplace_back(Arguments&&... arguments) {
+        if (mSize == capacity())
+            addSegment();
+        T* const made = std::construct_at(&element(mSize), std::forward<Arguments>(arguments)...);
+        ++mSize;
+        return *made;
+    }
+    void pop_back() noexcept { std::destroy_at(&element(--mSize)); }
+    /// Keeps the segments.
+    void clear() noexcept {
+        while (mSize != 0)
+            pop_back();
+    }
+    void swap(SegmentVector& other) noexcept {
+        mSegments.swap(other.mSegments);
+        std::swap(mSize, other.mSize);
+    }
+
+private:
+    bool isInRange(size_type index) const { return TARQ_ASSERT(index < mSize, "index out of range"); }
+    T& element(size_type index) const noexcept { return mSegments[index / SegmentSize][index % SegmentSize]; }
+    static T& fallback() {
+        static thread_local T value{};
+        return value = T{};
+    }
+    void addSegment() {
+        mSegments.reserve(mSegments.size() + 1);
+        mSegments.push_back(
+            static_cast<T*>(Memory::allocateBytes(mSegments.getAllocator(), sizeof(T) * std::size_t{SegmentSize})));
+    }
+
+    Vector<T*> mSegments;
+    size_type mSize = 0;
+};
+
+} // namespace Tarq::Common::Container

@@ -1,0 +1,45 @@
+#include "common/debug/internal/currentassertcallback.h"
+
+#include "common/platform/assertreport.h"
+
+#include <atomic>
+
+namespace Tarq::Common::Debug {
+
+namespace {
+
+/// Not a member: it is read when the object is gone.
+constinit std::atomic<bool> gGone{false};
+
+} // namespace
+
+CurrentAssertCallback::~CurrentAssertCallback() {
+    gGone.store(true);
+}
+
+void CurrentAssertCallback::set(const Callback::AssertCallbackPtr& callback) {
+    // The old callback is deleted outside the lock: its destructor is the host's.
+    Callback::AssertCallbackPtr exchanged = callback;
+    const Threading::ScopedLock inside(mLock);
+    mCallback.swap(exchanged);
+}
+
+const Callback::AssertCallbackPtr& CurrentAssertCallback::get() {
+    const Threading::ScopedLock inside(mLock);
+    if (!mCallback)
+        mCallback = new Callback::AssertCallback;
+    return mCallback;
+}
+
+void CurrentAssertCallback::show(const char* message, const char* file, unsigned int line) {
+    if (gGone.load())
+        Platform::reportAssertionAndEnd(message, file, line);
+    Callback::AssertCallbackPtr callback;
+    {
+        const Threading::ScopedLock inside(mLock);
+        callback = get();
+    }
+    callback->showAssert(message, file, line);
+}
+
+} // namespace Tarq::Common::Debug

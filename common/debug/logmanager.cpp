@@ -1,0 +1,136 @@
+#include "common/debug/logmanager.h"
+
+#include "common/exceptions/exception.h"
+
+#include <algorithm>
+#include <exception>
+
+namespace Tarq::Common {
+
+template class Singleton<Debug::LogManager>;
+
+namespace Debug {
+
+namespace {
+
+constexpr uint32 cDeepestDelivery = 8;
+
+} // namespace
+
+LogListener::~LogListener() = default;
+
+LogManager::LogManager()
+    : mOwnReporter("LogManager", *this),
+      mReporters(getAllocator()), mListeners{ListenerList(getAllocator()), ListenerList(getAllocator()),
+                                             ListenerList(getAllocator()), ListenerList(getAllocator()),
+                                             ListenerList(getAllocator())},
+      mLock(Threading::cSpinCount) {}
+
+LogManager::~LogManager() {
+    for (const auto& entry : mReporters)
+        destroyReporter(entry.second);
+}
+
+LogReporter* LogManager::createLogReporter(const String& name) {
+    const auto made = mReporters.try_emplace(name, nullptr);
+    if (!made.second)
+        return nullptr;
+    void* memory = nullptr;
+    try {
+        memory = Memory::allocateBytes(getAllocator(), sizeof(LogReporter));
+        made.first->second = ::new (memory) LogReporter(name, *this);
+    } catch (...) {
+        Memory::releaseBytes(getAllocator(), memory);
+        mReporters.erase(made.first);
+        throw;
+    }
+    return made.first->second;
+}
+
+void LogManager::removeLogReporter(LogReporter* reporter) {
+    if (!reporter)
+        return;
+    const auto entry = mReporters.find(reporter->getName());
+    if (entry == mReporters.end() || entry->second != reporter)
+        return;
+    mReporters.erase(entry);
+    destroyReporter(reporter);
+}
+
+void LogManager::destroyReporter(LogReporter* reporter) noexcept {
+    reporter->~LogReporter();
+    Memory::releaseBytes(getAllocator(), reporter);
+}
+
+void LogManager::addListener(LogType types, LogListener* listener) {
+    const Threading::ScopedLock inside(mLock);
+    for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
+        ListenerList& listeners = mListeners[bit];
+        if ((types & (1u << bit)) != 0 && std::find(listeners.begin(), listeners.end(), listener) == listeners.end())
+            listeners.push_back(listener);
+    }
+}
+
+void LogManager::removeListener(LogType types, LogListener* listener) {
+    const Threading::ScopedLock inside(mLock);
+    for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
+        ListenerList& listeners = mListeners[bit];
+        if ((types & (1u << bit)) != 0)
+            std::replace(listeners.begin(), listeners.end(), listener, static_cast<LogListener*>(nullptr));
+    }
+    mHasGaps = true;
+    if (mDepth == 0)
+        closeGaps();
+}
+
+void LogManager::closeGaps() noexcept {
+    for (ListenerList& listeners : mListeners)
+        listeners.erase(std::remove(listeners.begin(), listeners.end(), nullptr), listeners.end());
+    mHasGaps = false;
+}
+
+/// Counts a delivery for as long as it lasts. The outermost one closes the gaps that removals left.
+class LogManager::Delivery {
+public:
+    explicit Delivery(LogManager& manager) noexcept : mManager(manager) { ++mManager.mDepth; }
+    ~Delivery() {
+        if (--mManager.mDepth == 0 && mManager.mHasGaps)
+            mManager.closeGaps();
+    }
+    Delivery(const Delivery&) = delete;
+    Delivery& operator=(const Delivery&) = delete;
+
+private:
+    LogManager& mManager;
+};
+
+void LogManager::deliver(const LogRecord& record) {
+    const Threading::ScopedLock inside(mLock);
+    if (mDepth == cDeepestDelivery)
+        return;
+    const Delivery delivery(*this);
+    for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
+        if ((record.mType & (1u << bit)) == 0)
+            continue;
+        ListenerList& listeners = mListeners[bit];
+        for (uint32 at = 0, count = listeners.size(); at < count; ++at) {
+            if (LogListener* const listener = listeners[at])
+                call(*listener, record);
+        }
+    }
+}
+
+void LogManager::call(LogListener& listener, const LogRecord& record) {
+    try {
+        listener.onLog(record);
+    } catch (Exceptions::Exception* exception) {
+        const Exceptions::Holder holder(exception);
+        TARQ_FAIL("A log listener has thrown an exception: ", exception->getMessage());
+    } catch (const std::exception& exception) {
+        TARQ_FAIL("A log listener has thrown an exception: ", exception.what());
+    }
+}
+
+} // namespace Debug
+
+} // namespace Tarq::Common

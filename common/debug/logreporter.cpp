@@ -1,0 +1,56 @@
+#include "common/debug/logreporter.h"
+
+#include "common/debug/assert.h"
+#include "common/debug/logmanager.h"
+
+namespace Tarq::Common::Debug {
+
+namespace {
+
+const char* nameOf(LogType type) noexcept {
+    switch (type) {
+    case LOG_DBGMSG:
+        return "DbgMsg";
+    case LOG_DBGERR:
+        return "DbgErr";
+    case LOG_MESSAGE:
+        return "Message";
+    case LOG_WARNING:
+        return "Warning";
+    case LOG_ERROR:
+        return "Error";
+    }
+    return "UNKNOWN";
+}
+
+void setBits(std::atomic<uint32>& mask, uint32 bits, bool enable) noexcept {
+    if (enable)
+        mask.fetch_or(bits, std::memory_order_relaxed);
+    else
+        mask.fetch_and(~bits, std::memory_order_relaxed);
+}
+
+} // namespace
+
+LogReporter::LogReporter(const String& name, LogManager& manager) : mName(name), mManager(manager) {}
+
+LogReporter::~LogReporter() = default;
+
+void LogReporter::reportLog(LogType type, const String& message, const String& function, const String& file,
+                            unsigned int line) const {
+    if (!isReported(type))
+        return;
+    mManager.deliver({type, message, mName, function, file, line});
+    if ((getAssertTypes() & type) != 0)
+        TARQ_FAIL(message, "\nLogBreak ErrorType: ", nameOf(type), "\nInstance: ", mName);
+}
+
+void LogReporter::enableLogType(LogType type, bool enable) noexcept {
+    setBits(mLogTypes, type, enable);
+}
+
+void LogReporter::enableAssertType(LogType type, bool enable) noexcept {
+    setBits(mAssertTypes, type, enable);
+}
+
+} // namespace Tarq::Common::Debug

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "common/types.h"
+
+namespace Tarq::Common::Debug {
+
+/// One bit for each level. A report normally carries one; masks combine them.
+enum LogType : uint32 {
+    LOG_DBGMSG = 1,
+    LOG_DBGERR = 2,
+    LOG_MESSAGE = 4,
+    LOG_WARNING = 8,
+    LOG_ERROR = 16,
+};
+
+inline constexpr uint32 cLogTypeCount = 5;
+
+constexpr LogType operator|(LogType a, LogType b) noexcept {
+    return static_cast<LogType>(static_cast<uint32>(a) | static_cast<uint32>(b));
+}
+
+} // namespace Tarq::Common::Debug

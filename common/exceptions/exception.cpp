@@ -1,0 +1,99 @@
+#include "common/exceptions/exception.h"
+
+#include "common/debug/tarqmessagebox.h"
+#include "common/library.h"
+#include "common/memory/internal/managedblock.h"
+
+namespace Tarq::Common::Exceptions {
+
+Exception::Exception(const String& message)
+    : mAllocator(Library::getExceptionAlloc()), mCallStack(Library::getDebugAlloc()),
+      mMessage(message.view(), mAllocator) {
+    mCallStackRecord.capture(Library::getDebugAlloc());
+}
+
+Exception::Exception(const char* message, const Memory::AllocatorPtr& allocator)
+    : mAllocator(allocator), mCallStack(allocator), mMessage(String::View(message), allocator) {
+    mCallStackRecord.capture(allocator);
+}
+
+Exception::~Exception() {
+    delete mInnerException;
+}
+
+String Exception::getExceptionName() const {
+    return "Exception";
+}
+
+void Exception::getExceptionParameter(ParameterList&) const {}
+
+ParameterList Exception::getParameters() const {
+    ParameterList parameters(Library::getTempAlloc());
+    getExceptionParameter(parameters);
+    return parameters;
+}
+
+const Debug::CallStack& Exception::getCallStack() const {
+    if (!mCallStackRecord.isEmpty() && mCallStack.empty())
+        mCallStackRecord.resolve(mCallStack);
+    return mCallStack;
+}
+
+void Exception::setInnerException(Exception* inner) {
+    if (inner != mInnerException)
+        delete std::exchange(mInnerException, inner);
+}
+
+void Exception::showException(CallStackListingOption option) const {
+    Debug::TarqMessageBox::show(getExceptionName(), composeText(option), Debug::TarqMessageBox::ICON_NONE);
+}
+
+String Exception::composeText(CallStackListingOption option) const {
+    String text = "Error: ";
+    text += mMessage;
+
+    if (mInnerException)
+        text += "\nInner Exceptions:";
+    for (const Exception* inner = mInnerException; inner; inner = inner->mInnerException)
+        text.append("\n   ").append(inner->getExceptionName());
+
+    const ParameterList parameters = getParameters();
+    if (!parameters.empty())
+        text += "\nParameters:";
+    for (const Parameter& parameter : parameters)
+        text.append("\n   ").append(parameter.first).append(": ").append(parameter.second);
+
+    if (option != CALLSTACK_NONE)
+        appendCallStack(text, option);
+    return text;
+}
+
+void Exception::appendCallStack(String& text, CallStackListingOption option) const {
+    text += "\nCallStack:\n   ";
+    for (const Debug::CallStackEntry& entry : getCallStack()) {
+        String line;
+        if (option & CALLSTACK_MODULE)
+            line += entry.mModule;
+        if (option & CALLSTACK_SOURCE) {
+            if (!line.empty())
+                line += ", ";
+            line.append(entry.mFile).append(" (").appendDecimal(entry.mLine).append(")");
+        }
+        if (option & CALLSTACK_FUNCTION) {
+            if (!line.empty())
+                line += ": ";
+            line += entry.mFunction;
+        }
+        text.append(line).append("\n   ");
+    }
+}
+
+void* Exception::operator new(std::size_t size) {
+    return Memory::newManagedBlock(size, Library::getExceptionAlloc());
+}
+
+void Exception::operator delete(void* object) noexcept {
+    Memory::deleteManagedBlock(object);
+}
+
+} // namespace Tarq::Common::Exceptions

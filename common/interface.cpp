@@ -1,0 +1,79 @@
+#include "common/interface.h"
+
+#include "common/callback/callbackallocator.h"
+#include "common/debug/internal/currentassertcallback.h"
+#include "common/library.h"
+#include "common/memory/allocate.h"
+#include "common/memory/defaultallocator.h"
+#include "common/memory/threadsafeallocwrapper.h"
+#include "common/utility/initcounter.h"
+
+namespace Tarq::Common {
+
+namespace {
+
+using Memory::AllocatorPtr;
+
+/// What goes at the end of the process, the last member first: the counter reports through the assertion callback, so
+/// that outlives it; what the report's text is made of lives on the global heap.
+struct InterfaceState {
+    Debug::CurrentAssertCallback assertCallback;
+    AllocatorPtr globalAllocator;
+    InitCounter counter{"Common"};
+};
+
+constinit InterfaceState gState;
+
+Memory::Allocator* makeGlobalAllocator(const Callback::MemoryCallbackPtr& memoryCallback) {
+    if (!memoryCallback)
+        return new Memory::ThreadSafeAllocWrapper<Memory::DefaultAllocator, Threading::cSpinCount>("Default");
+    using Wrapped = Memory::ThreadSafeAllocWrapper<Callback::CallbackAllocator, Threading::cSpinCount>;
+    void* const bytes = memoryCallback->allocate(sizeof(Wrapped));
+    if (!bytes)
+        Memory::throwOutOfMemory();
+    return ::new (bytes) Wrapped("Callback", memoryCallback);
+}
+
+} // namespace
+
+void Interface::initLibrary(const Callback::MemoryCallbackPtr& memoryCallback) {
+    if (!gState.counter.init())
+        return;
+    try {
+        gState.globalAllocator = makeGlobalAllocator(memoryCallback);
+        Library::init(gState.globalAllocator);
+    } catch (...) {
+        gState.globalAllocator.reset();
+        gState.counter.deinit();
+        throw;
+    }
+}
+
+void Interface::closeLibrary() {
+    if (!gState.counter.deinit())
+        return;
+    Library::close();
+    gState.globalAllocator.reset();
+}
+
+const AllocatorPtr& Interface::getGlobalAllocator() noexcept {
+    return gState.globalAllocator;
+}
+
+Debug::LogReporter* Interface::getLogReporter() noexcept {
+    return Library::getLogReporter();
+}
+
+void Interface::setAssertCallback(const Callback::AssertCallbackPtr& callback) {
+    gState.assertCallback.set(callback);
+}
+
+const Callback::AssertCallbackPtr& Interface::getAssertCallback() {
+    return gState.assertCallback.get();
+}
+
+void Debug::ShowAssertMessage(const char* message, const char* file, unsigned int line) {
+    gState.assertCallback.show(message, file, line);
+}
+
+} // namespace Tarq::Common

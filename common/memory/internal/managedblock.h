@@ -1,0 +1,29 @@
+#pragma once
+
+#include "common/memory/allocatorptr.h"
+
+#include <cstddef>
+
+/// Blocks for objects that remember the allocator that holds them.
+///
+/// The record stands in front of the object, not in it: what an `operator new` writes into the bytes of the object to
+/// come is dead for the optimiser, because the constructor starts the object's life with bytes of no value.
+namespace Tarq::Common::Memory {
+
+/// Takes bytes for an object from `allocator` (the global heap when empty) and records it. Throws
+/// `OutOfMemoryException`.
+void* newManagedBlock(std::size_t size, const AllocatorPtr& allocator);
+
+/// The same, but yields null when there are no bytes.
+void* tryNewManagedBlock(std::size_t size, const AllocatorPtr& allocator) noexcept;
+
+/// Gives the bytes of an object, which is destroyed already or was never made, back to the recorded allocator.
+void deleteManagedBlock(void* object) noexcept;
+
+/// Returns the allocator of the block around `object`, if its constructor runs inside a block that this thread took and
+/// no constructor has asked for yet; an empty pointer for an object anywhere else (on the stack, inside another one).
+///
+/// Asked once for each block: the base class of what is made there asks first.
+AllocatorPtr claimManagedBlock(const void* object) noexcept;
+
+} // namespace Tarq::Common::Memory

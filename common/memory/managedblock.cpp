@@ -1,0 +1,87 @@
+#include "common/memory/internal/managedblock.h"
+
+#include "common/memory/allocate.h"
+
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <utility>
+
+namespace Tarq::Common::Memory {
+
+namespace {
+
+/// What stands in front of the object.
+struct ManagedPrefix {
+    AllocatorPtr allocator;
+    ManagedPrefix* olderUnclaimed; ///< next in the chain of this thread's unclaimed blocks
+    std::size_t objectSize;        ///< 0 once claimed
+};
+
+/// The blocks whose objects this thread is about to construct, the youngest first. A chain, because the arguments of a
+/// constructor may themselves be made with `new` between the taking of the block and the constructor's start.
+thread_local constinit ManagedPrefix* tUnclaimed = nullptr;
+
+ManagedPrefix* prefixOf(void* object) noexcept {
+    return static_cast<ManagedPrefix*>(object) - 1;
+}
+
+void* objectOf(ManagedPrefix* prefix) noexcept {
+    return prefix + 1;
+}
+
+void unchain(ManagedPrefix** link) noexcept {
+    ManagedPrefix* const prefix = *link;
+    *link = prefix->olderUnclaimed;
+    prefix->objectSize = 0;
+}
+
+void* chain(void* memory, std::size_t size, const AllocatorPtr& allocator) noexcept {
+    ManagedPrefix* const prefix = ::new (memory) ManagedPrefix{allocator, tUnclaimed, size};
+    tUnclaimed = prefix;
+    return objectOf(prefix);
+}
+
+} // namespace
+
+void* newManagedBlock(std::size_t size, const AllocatorPtr& allocator) {
+    return chain(allocateBytes(allocator, size + sizeof(ManagedPrefix)), size, allocator);
+}
+
+void* tryNewManagedBlock(std::size_t size, const AllocatorPtr& allocator) noexcept {
+    const std::size_t all = size + sizeof(ManagedPrefix);
+    if (all > std::numeric_limits<uint32>::max())
+        return nullptr;
+    void* const memory = allocator ? allocator->tryAlloc(static_cast<uint32>(all)) : ::operator new(all, std::nothrow);
+    return memory ? chain(memory, size, allocator) : nullptr;
+}
+
+void deleteManagedBlock(void* object) noexcept {
+    ManagedPrefix* const prefix = prefixOf(object);
+    if (prefix->objectSize != 0) {
+        // The constructor never came: an argument threw before it started.
+        for (ManagedPrefix** link = &tUnclaimed; *link; link = &(*link)->olderUnclaimed) {
+            if (*link == prefix) {
+                unchain(link);
+                break;
+            }
+        }
+    }
+    const AllocatorPtr allocator = std::move(prefix->allocator);
+    prefix->~ManagedPrefix();
+    releaseBytes(allocator, prefix);
+}
+
+AllocatorPtr claimManagedBlock(const void* object) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(object);
+    for (ManagedPrefix** link = &tUnclaimed; *link; link = &(*link)->olderUnclaimed) {
+        ManagedPrefix* const prefix = *link;
+        if (address - reinterpret_cast<std::uintptr_t>(objectOf(prefix)) >= prefix->objectSize)
+            continue;
+        unchain(link);
+        return prefix->allocator;
+    }
+    return {};
+}
+
+} // namespace Tarq::Common::Memory

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "common/memory/allocator.h"
+
+#include <type_traits>
+#include <utility>
+
+namespace Tarq::Common::Memory {
+
+/// Makes the allocator `T` safe on several threads: a `T` whose operations enter a lock of their own.
+///
+/// `SpinCount` is the number of looks at the lock that a contending thread takes before it sleeps. Exhaustion is
+/// reported after the lock has been left, so that the report may use this allocator.
+template <class T, unsigned int SpinCount>
+class ThreadSafeAllocWrapper final : public T {
+    static_assert(std::is_same_v<decltype(&T::tryAlloc), void* (T::*)(uint32) noexcept>,
+                  "the wrapped class must tell exhaustion apart from reporting it");
+
+public:
+    template <class... Arguments>
+    explicit ThreadSafeAllocWrapper(Arguments&&... arguments) noexcept
+        : T(std::forward<Arguments>(arguments)...), mLock(SpinCount) {}
+
+    bool isThreadSafe() const override { return true; }
+
+    uint32 freeUnusedMemory() override {
+        const Threading::ScopedLock inside(mLock);
+        return T::freeUnusedMemory();
+    }
+
+    void* alloc(uint32 size) override {
+        if (void* block = ThreadSafeAllocWrapper::tryAlloc(size)) [[likely]]
+            return block;
+        T::reportExhausted(size);
+        return nullptr;
+    }
+
+    void* tryAlloc(uint32 size) noexcept override {
+        const Threading::ScopedLock inside(mLock);
+        return T::tryAlloc(size);
+    }
+
+    void free(void* block) override {
+        const Threading::ScopedLock inside(mLock);
+        T::free(block);
+    }
+
+private:
+    Threading::SpinLock mLock;
+};
+
+} // namespace Tarq::Common::Memory

@@ -1,0 +1,334 @@
+#pragma once
+
+#include "common/container/vector.h"
+#include "common/library.h"
+
+#include <charconv>
+#include <compare>
+#include <concepts>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace Tarq::Common {
+
+/// How characters compare and fold: a `char` is an unsigned byte, and only the letters of ASCII have two cases. Nothing
+/// depends on the process locale.
+template <class Char>
+struct CharacterTraits : std::char_traits<Char> {
+    static constexpr Char toLower(Char c) noexcept {
+        return c >= Char('A') && c <= Char('Z') ? static_cast<Char>(c + ('a' - 'A')) : c;
+    }
+    static constexpr Char toUpper(Char c) noexcept {
+        return c >= Char('a') && c <= Char('z') ? static_cast<Char>(c - ('a' - 'A')) : c;
+    }
+    static constexpr bool isSpace(Char c) noexcept { return c == Char(' ') || (c >= Char('\t') && c <= Char('\r')); }
+    static constexpr bool isDigit(Char c) noexcept { return c >= Char('0') && c <= Char('9'); }
+};
+
+/// The library's text: characters and a final NUL in one `Container::Vector`, with the meanings of the standard string.
+///
+/// Storage comes from the string allocator, unless a constructor is given another. A copy shares nothing with its
+/// source and always takes its storage from the string allocator. The empty string holds just the NUL, takes no
+/// storage, and may be made before the library is up; what is made while it is down lives on the global heap.
+///
+/// A null C string is the empty string. Growth beyond `max_size` throws `std::length_error`; a position beyond the end
+/// throws `std::out_of_range`; exhaustion throws `Memory::OutOfMemoryException`. Arguments may be part of the string.
+template <class Char>
+class BasicString {
+public:
+    using Traits = CharacterTraits<Char>;
+    using View = std::basic_string_view<Char>;
+    using value_type = Char;
+    using size_type = uint32;
+    using iterator = Char*;
+    using const_iterator = const Char*;
+
+    /// What the finding functions return for "nowhere", and the count that means "to the end".
+    static constexpr size_type npos = 0xFFFFFFFF;
+
+    BasicString() noexcept : mChars(Memory::AllocatorPtr()) {}
+    BasicString(const Char* text) : BasicString(viewOf(text)) {}
+    BasicString(const Char* text, size_type length) : BasicString(View(text, length)) {}
+    explicit BasicString(View text) : mChars(text.empty() ? Memory::AllocatorPtr() : Library::getStringAlloc()) {
+        fill(text);
+    }
+    BasicString(View text, const Memory::AllocatorPtr& allocator) : mChars(allocator) { fill(text); }
+    BasicString(size_type count, Char c) : BasicString() { append(count, c); }
+    BasicString(const BasicString& other) : BasicString(other.view()) {}
+    BasicString(BasicString&& other) noexcept : BasicString() { swap(other); }
+
+    BasicString& operator=(const BasicString& other) { return assign(other.view()); }
+    BasicString& operator=(BasicString&& other) noexcept {
+        swap(other);
+        return *this;
+    }
+    BasicString& operator=(const Char* text) { return assign(viewOf(text)); }
+    BasicString& operator=(View text) { return assign(text); }
+
+    const Char* c_str() const noexcept { return mChars.empty() ? &cNul : mChars.data(); }
+    const Char* data() const noexcept { return c_str(); }
+    /// The number of characters, the final NUL not counted.
+    size_type length() const noexcept { return mChars.empty() ? 0 : mChars.size() - 1; }
+    size_type size() const noexcept { return length(); }
+    bool empty() const noexcept { return mChars.size() <= 1; }
+    size_type capacity() const noexcept { return mChars.capacity() == 0 ? 0 : mChars.capacity() - 1; }
+    static constexpr size_type max_size() noexcept { return Container::Vector<Char>::max_size() - 1; }
+    View view() const noexcept { return View(c_str(), length()); }
+    operator View() const noexcept { return view(); }
+
+    /// Writable characters; for an empty string, an empty range.
+    iterator begin() noexcept { return mChars.begin(); }
+    iterator end() noexcept { return mChars.begin() + length(); }
+    const_iterator begin() const noexcept { return c_str(); }
+    const_iterator end() const noexcept { return c_str() + length(); }
+
+    Char& operator[](size_type index) noexcept { return mChars[index]; }
+    /// The position right behind the last character reads as the NUL.
+    const Char& operator[](size_type index) const noexcept { return c_str()[index]; }
+    const Char& at(size_type index) const { return c_str()[index < length() ? index : throwOutOfRange()]; }
+    Char& front() noexcept { return mChars.front(); }
+    const Char& front() const noexcept { return c_str()[0]; }
+    Char& back() noexcept { return mChars[length() - 1]; }
+    const Char& back() const noexcept { return c_str()[length() - 1]; }
+
+    void reserve(size_type count) {
+        if (count <= capacity())
+            return;
+        ensureAllocator();
+        mChars.reserve(checkedLength(count) + 1);
+        if (mChars.empty())
+            mChars.push_back(Char());
+    }
+    void resize(size_type count, Char c = Char());
+    /// Keeps the storage.
+    void clear() noexcept {
+        if (!mChars.empty())
+            setLength(0);
+    }
+    void swap(BasicString& other) noexcept { mChars.swap(other.mChars); }
+
+    BasicString& assign(View text);
+    BasicString& append(View text);
+    BasicString& append(const Char* text) { return append(viewOf(text)); }
+    BasicString& append(size_type count, Char c);
+    void push_back(Char c) { append(1, c); }
+    void pop_back() noexcept { setLength(length() - 1); }
+    BasicString& operator+=(View text) { return append(text); }
+    BasicString& operator+=(const BasicString& text) { return append(text.view()); }
+    BasicString& operator+=(const Char* text) { return append(viewOf(text)); }
+    BasicString& operator+=(Char c) { return append(1, c); }
+    /// Appends the number as decimal digits, with a minus sign where it is negative.
+    template <std::integral Number>
+    BasicString& appendDecimal(Number number);
+
+    BasicString& insert(size_type position, View text) { return replace(position, 0, text); }
+    BasicString& erase(size_type position = 0, size_type count = npos) { return replace(position, count, View()); }
+    /// Puts `text` in the place of up to `count` characters.
+    BasicString& replace(size_type position, size_type count, View text);
+
+    BasicString substr(size_type position, size_type count = npos) const {
+        return BasicString(view().substr(checkedPosition(position), count == npos ? View::npos : count));
+    }
+
+    size_type find(View text, size_type from = 0) const noexcept { return narrow(view().find(text, from)); }
+    size_type find(Char c, size_type from = 0) const noexcept { return narrow(view().find(c, from)); }
+    size_type rfind(View text, size_type from = npos) const noexcept { return narrow(view().rfind(text, widen(from))); }
+    size_type rfind(Char c, size_type from = npos) const noexcept { return narrow(view().rfind(c, widen(from))); }
+    size_type find_first_of(View set, size_type from = 0) const noexcept {
+        return narrow(view().find_first_of(set, from));
+    }
+    size_type find_last_of(View set, size_type from = npos) const noexcept {
+        return narrow(view().find_last_of(set, widen(from)));
+    }
+    size_type find_first_not_of(View set, size_type from = 0) const noexcept {
+        return narrow(view().find_first_not_of(set, from));
+    }
+    size_type find_last_not_of(View set, size_type from = npos) const noexcept {
+        return narrow(view().find_last_not_of(set, widen(from)));
+    }
+    bool starts_with(View text) const noexcept { return view().starts_with(text); }
+    bool ends_with(View text) const noexcept { return view().ends_with(text); }
+    bool contains(View text) const noexcept { return find(text) != npos; }
+    int compare(View other) const noexcept { return view().compare(other); }
+
+    /// The same text with the letters of ASCII in one case.
+    BasicString toLower() const;
+    BasicString toUpper() const;
+
+    friend bool operator==(const BasicString& a, const BasicString& b) noexcept { return a.view() == b.view(); }
+    friend bool operator==(const BasicString& a, const Char* b) noexcept { return a.view() == viewOf(b); }
+    friend bool operator==(const BasicString& a, View b) noexcept { return a.view() == b; }
+    friend std::strong_ordering operator<=>(const BasicString& a, const BasicString& b) noexcept {
+        return a.compare(b.view()) <=> 0;
+    }
+    friend std::strong_ordering operator<=>(const BasicString& a, const Char* b) noexcept {
+        return a.compare(viewOf(b)) <=> 0;
+    }
+    friend std::strong_ordering operator<=>(const BasicString& a, View b) noexcept { return a.compare(b) <=> 0; }
+
+    friend BasicString operator+(const BasicString& a, const BasicString& b) { return concatenate(a.view(), b.view()); }
+    friend BasicString operator+(const BasicString& a, const Char* b) { return concatenate(a.view(), viewOf(b)); }
+    friend BasicString operator+(const BasicString& a, View b) { return concatenate(a.view(), b); }
+    friend BasicString operator+(const Char* a, const BasicString& b) { return concatenate(viewOf(a), b.view()); }
+    friend BasicString operator+(View a, const BasicString& b) { return concatenate(a, b.view()); }
+    friend BasicString operator+(BasicString&& a, const BasicString& b) { return std::move(a.append(b.view())); }
+    friend BasicString operator+(BasicString&& a, const Char* b) { return std::move(a.append(viewOf(b))); }
+    friend BasicString operator+(BasicString&& a, View b) { return std::move(a.append(b)); }
+
+private:
+    static constexpr Char cNul = Char();
+
+    static View viewOf(const Char* text) noexcept { return text ? View(text) : View(); }
+    static size_type narrow(std::size_t position) noexcept {
+        return position == View::npos ? npos : static_cast<size_type>(position);
+    }
+    static std::size_t widen(size_type position) noexcept { return position == npos ? View::npos : position; }
+    static size_type checkedLength(std::size_t length) {
+        if (length > max_size())
+            throw std::length_error("string too long");
+        return static_cast<size_type>(length);
+    }
+    size_type checkedPosition(size_type position) const { return position <= length() ? position : throwOutOfRange(); }
+    [[noreturn]] static size_type throwOutOfRange() { throw std::out_of_range("string position out of range"); }
+    static BasicString concatenate(View a, View b);
+
+    /// A string without storage has not chosen an allocator yet.
+    void ensureAllocator() {
+        if (!mChars.getAllocator() && mChars.capacity() == 0)
+            Container::Vector<Char>(Library::getStringAlloc()).swap(mChars);
+    }
+    /// The first contents of a new string: exactly as much storage as they need.
+    void fill(View text) {
+        if (text.empty())
+            return;
+        const size_type length = checkedLength(text.size());
+        mChars.resizeForOverwrite(length + 1);
+        Traits::copy(mChars.data(), text.data(), length);
+        mChars[length] = Char();
+    }
+    void setLength(size_type length) noexcept {
+        mChars.resizeForOverwrite(length + 1);
+        mChars[length] = Char();
+    }
+    bool isInside(View text) const noexcept {
+        return !mChars.empty() && !std::less<const Char*>()(text.data(), mChars.begin()) &&
+               std::less<const Char*>()(text.data(), mChars.end());
+    }
+
+    Container::Vector<Char> mChars; ///< empty, or the characters and one NUL
+};
+
+template <class Char>
+void BasicString<Char>::resize(size_type count, Char c) {
+    if (count > length())
+        append(count - length(), c);
+    else if (!mChars.empty())
+        setLength(count);
+}
+
+template <class Char>
+BasicString<Char>& BasicString<Char>::assign(View text) {
+    if (text.size() > capacity()) {
+        // The new text may be part of the old one, which stays until the copy is made.
+        BasicString copy(text);
+        swap(copy);
+        return *this;
+    }
+    if (mChars.empty() && text.empty())
+        return *this;
+    Traits::move(mChars.data(), text.data(), text.size());
+    setLength(static_cast<size_type>(text.size()));
+    return *this;
+}
+
+template <class Char>
+BasicString<Char>& BasicString<Char>::append(View text) {
+    if (text.empty())
+        return *this;
+    const size_type oldLength = length();
+    const size_type newLength = checkedLength(std::size_t{oldLength} + text.size());
+    ensureAllocator();
+    if (newLength + 1 > mChars.capacity()) {
+        const std::size_t offset = isInside(text) ? static_cast<std::size_t>(text.data() - mChars.data()) : View::npos;
+        mChars.resizeForOverwrite(newLength + 1);
+        if (offset != View::npos)
+            text = View(mChars.data() + offset, text.size());
+    } else {
+        mChars.resizeForOverwrite(newLength + 1);
+    }
+    Traits::copy(mChars.data() + oldLength, text.data(), text.size());
+    mChars[newLength] = Char();
+    return *this;
+}
+
+template <class Char>
+BasicString<Char>& BasicString<Char>::append(size_type count, Char c) {
+    if (count == 0)
+        return *this;
+    const size_type oldLength = length();
+    const size_type newLength = checkedLength(std::size_t{oldLength} + count);
+    ensureAllocator();
+    mChars.resizeForOverwrite(newLength + 1);
+    Traits::assign(mChars.data() + oldLength, count, c);
+    mChars[newLength] = Char();
+    return *this;
+}
+
+template <class Char>
+template <std::integral Number>
+BasicString<Char>& BasicString<Char>::appendDecimal(Number number) {
+    char digits[std::numeric_limits<Number>::digits10 + 3];
+    const char* const end = std::to_chars(digits, digits + sizeof(digits), number).ptr;
+    Char text[sizeof(digits)];
+    std::copy(static_cast<const char*>(digits), end, text);
+    return append(View(text, static_cast<std::size_t>(end - digits)));
+}
+
+template <class Char>
+BasicString<Char>& BasicString<Char>::replace(size_type position, size_type count, View text) {
+    const View old = view();
+    const View head = old.substr(0, checkedPosition(position));
+    const View tail = old.substr(position + std::min(count, length() - position));
+    BasicString result;
+    result.reserve(checkedLength(head.size() + text.size() + tail.size()));
+    result.append(head).append(text).append(tail);
+    swap(result);
+    return *this;
+}
+
+template <class Char>
+BasicString<Char> BasicString<Char>::concatenate(View a, View b) {
+    BasicString result;
+    result.reserve(checkedLength(a.size() + b.size()));
+    return std::move(result.append(a).append(b));
+}
+
+template <class Char>
+BasicString<Char> BasicString<Char>::toLower() const {
+    BasicString result(*this);
+    std::transform(result.begin(), result.end(), result.begin(), Traits::toLower);
+    return result;
+}
+
+template <class Char>
+BasicString<Char> BasicString<Char>::toUpper() const {
+    BasicString result(*this);
+    std::transform(result.begin(), result.end(), result.begin(), Traits::toUpper);
+    return result;
+}
+
+extern template class TARQ_API BasicString<char>;
+extern template class TARQ_API BasicString<wchar_t>;
+
+using String = BasicString<char>;
+using WString = BasicString<wchar_t>;
+
+} // namespace Tarq::Common
+
+template <class Char>
+struct std::hash<Tarq::Common::BasicString<Char>> {
+    std::size_t operator()(const Tarq::Common::BasicString<Char>& text) const noexcept {
+        return std::hash<std::basic_string_view<Char>>()(text.view());
+    }
+};

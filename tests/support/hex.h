@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace Tarq::Test {
+
+/// The bytes as two hexadecimal digits each, with blanks between: what a failed comparison of wire bytes is read in.
+inline std::string hexOf(const void* bytes, std::size_t count) {
+    static constexpr char cDigits[] = "0123456789abcdef";
+    std::string text;
+    for (std::size_t at = 0; at < count; ++at) {
+        const auto byte = static_cast<const unsigned char*>(bytes)[at];
+        if (at != 0)
+            text += ' ';
+        text += cDigits[byte >> 4];
+        text += cDigits[byte & 15];
+    }
+    return text;
+}
+
+} // namespace Tarq::Test
