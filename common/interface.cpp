@@ -7,6 +7,7 @@
 #include "common/memory/defaultallocator.h"
 #include "common/memory/threadsafeallocwrapper.h"
 #include "common/utility/initcounter.h"
+#include "common/utility/neverdestroyed.h"
 
 namespace Tarq::Common {
 
@@ -14,10 +15,17 @@ namespace {
 
 using Memory::AllocatorPtr;
 
+/// Whoever asserts after the end of the static objects is shown by the default callback.
+constinit NeverDestroyed<Debug::CurrentAssertCallback> gAssertCallback;
+
+struct AssertCallbackRelease {
+    ~AssertCallbackRelease() { gAssertCallback.get().set(nullptr); }
+};
+
 /// What goes at the end of the process, the last member first: the counter reports through the assertion callback, so
 /// that outlives it; what the report's text is made of lives on the global heap.
 struct InterfaceState {
-    Debug::CurrentAssertCallback assertCallback;
+    AssertCallbackRelease assertCallback;
     AllocatorPtr globalAllocator;
     InitCounter counter{"Common"};
 };
@@ -25,8 +33,13 @@ struct InterfaceState {
 constinit InterfaceState gState;
 
 Memory::Allocator* makeGlobalAllocator(const Callback::MemoryCallbackPtr& memoryCallback) {
-    if (!memoryCallback)
-        return new Memory::ThreadSafeAllocWrapper<Memory::DefaultAllocator, Threading::cSpinCount>("Default");
+    if (!memoryCallback) {
+        using Wrapped = Memory::ThreadSafeAllocWrapper<Memory::DefaultAllocator, Threading::cSpinCount>;
+        Wrapped* const allocator = new (std::nothrow) Wrapped("Default");
+        if (!allocator)
+            Memory::throwOutOfMemory();
+        return allocator;
+    }
     using Wrapped = Memory::ThreadSafeAllocWrapper<Callback::CallbackAllocator, Threading::cSpinCount>;
     void* const bytes = memoryCallback->allocate(sizeof(Wrapped));
     if (!bytes)
@@ -65,15 +78,15 @@ Debug::LogReporter* Interface::getLogReporter() noexcept {
 }
 
 void Interface::setAssertCallback(const Callback::AssertCallbackPtr& callback) {
-    gState.assertCallback.set(callback);
+    gAssertCallback.get().set(callback);
 }
 
 const Callback::AssertCallbackPtr& Interface::getAssertCallback() {
-    return gState.assertCallback.get();
+    return gAssertCallback.get().get();
 }
 
 void Debug::ShowAssertMessage(const char* message, const char* file, unsigned int line) {
-    gState.assertCallback.show(message, file, line);
+    gAssertCallback.get().show(message, file, line);
 }
 
 } // namespace Tarq::Common

@@ -38,6 +38,7 @@ void Library::init(const AllocatorPtr& allocator) {
     if (!allocator)
         throw new Exceptions::ArgumentNullException("Library: There is no library without an allocator.", "allocator");
     LibraryState& state = gState.get();
+    LibraryState before = state;
     state.debugAlloc =
         ::new (Memory::allocateBytes(allocator, sizeof(WrappedFreeList))) WrappedFreeList(allocator, allocator);
     state.exceptionAlloc = state.debugAlloc;
@@ -51,7 +52,7 @@ void Library::init(const AllocatorPtr& allocator) {
     } catch (...) {
         if (!hadManager)
             Debug::LogManager::destroyInstance();
-        releaseAllocators(state);
+        state = std::move(before);
         throw;
     }
 }

@@ -109,7 +109,8 @@ public:
     /// Becomes one more owner of `object`, which may be null. A fresh object then counts 1.
     ///
     /// When the count's block cannot be had, the object is deleted and the failure passes on.
-    explicit SharedPtr(T* object) : mCount(adoptOrDestroy(object)), mPtr(object) {}
+    explicit SharedPtr(T* object)
+        : mCount(countOrDestroy(object, [](T* counted) { return CountPolicy::adopt(counted); })), mPtr(object) {}
 
     SharedPtr(const SharedPtr& other) noexcept : mCount(other.mCount), mPtr(other.mPtr) { acquire(); }
     SharedPtr(SharedPtr&& other) noexcept
@@ -135,13 +136,14 @@ public:
 
     /// Takes over a fresh object: its count is set to 1, whatever it was; the object held before loses one owner.
     ///
-    /// Asserts that `ptr` is not the object already held (unless null); the pointer then stays as it is.
+    /// Asserts that `ptr` is not the object already held (unless null); the pointer then stays as it is, as it does
+    /// when the count's block cannot be had: the fresh object is deleted then, and the failure passes on.
     SharedPtr& operator=(T* ptr) {
         if (!TARQ_ASSERT_AS("ptr != this->mPtr || this->mPtr == NULL", ptr != mPtr || mPtr == nullptr,
                             "No shared pointer should pointer to ptr yet"))
             return *this;
         SharedPtr fresh;
-        fresh.mCount = CountPolicy::restart(ptr);
+        fresh.mCount = countOrDestroy(ptr, [](T* counted) { return CountPolicy::restart(counted); });
         fresh.mPtr = ptr;
         swap(fresh);
         return *this;
@@ -175,12 +177,13 @@ private:
     template <class, class, class>
     friend class SharedPtr;
 
-    static typename CountPolicy::Word adoptOrDestroy(T* object) {
+    template <class Count>
+    static typename CountPolicy::Word countOrDestroy(T* object, Count count) {
         if constexpr (noexcept(CountPolicy::adopt(object))) {
-            return CountPolicy::adopt(object);
+            return count(object);
         } else {
             try {
-                return CountPolicy::adopt(object);
+                return count(object);
             } catch (...) {
                 ObjectPolicy::destroy(object);
                 throw;

@@ -43,222 +43,243 @@ public:
     using size_type = uint32;
     using iterator = Char*;
     using const_iterator = const Char*;
+    using reverse_iterator = std::reverse_iterator<iterator>;
+    using const_reverse_iterator = std::reverse_iterator<const_iterator>;
+
+    /// Text as an argument: a string, a view, or a C string, where null is the empty text.
+    class Text : public View {
+    public:
+        using View::View;
+        constexpr Text(const Char* text) noexcept : View(text ? View(text) : View()) {}
+        constexpr Text(View text) noexcept : View(text) {}
+        constexpr Text(const BasicString& text) noexcept : View(text.view()) {}
+        constexpr Text(const std::basic_string<Char>& text) noexcept : View(text) {}
+    };
 
     /// What the finding functions return for "nowhere", and the count that means "to the end".
     static constexpr size_type npos = 0xFFFFFFFF;
 
-    BasicString() noexcept : mChars(Memory::AllocatorPtr()) {}
-    BasicString(const Char* text) : BasicString(viewOf(text)) {}
-    BasicString(const Char* text, size_type length) : BasicString(View(text, length)) {}
-    explicit BasicString(View text) : mChars(text.empty() ? Memory::AllocatorPtr() : Library::getStringAlloc()) {
-        fill(text);
-    }
-    BasicString(View text, const Memory::AllocatorPtr& allocator) : mChars(allocator) { fill(text); }
+    BasicString() noexcept : BasicString(Memory::AllocatorPtr()) {}
+    BasicString(const Char* text) : BasicString() { fill(Text(text)); }
+    BasicString(const Char* text, size_type length) : BasicString() { fill(View(text, length)); }
+    explicit BasicString(View text) : BasicString() { fill(text); }
+    BasicString(View text, const Memory::AllocatorPtr& allocator) : BasicString(allocator) { fill(text); }
     BasicString(size_type count, Char c) : BasicString() { append(count, c); }
-    BasicString(const BasicString& other) : BasicString(other.view()) {}
+    BasicString(const BasicString& other) : BasicString() { fill(other.view()); }
     BasicString(BasicString&& other) noexcept : BasicString() { swap(other); }
 
-    BasicString& operator=(const BasicString& other) { return assign(other.view()); }
+    BasicString& operator=(const BasicString& other) { return assign(other); }
     BasicString& operator=(BasicString&& other) noexcept {
         swap(other);
         return *this;
     }
-    BasicString& operator=(const Char* text) { return assign(viewOf(text)); }
-    BasicString& operator=(View text) { return assign(text); }
+    BasicString& operator=(Text text) { return assign(text); }
 
-    const Char* c_str() const noexcept { return mChars.empty() ? &cNul : mChars.data(); }
-    const Char* data() const noexcept { return c_str(); }
+    const Char* c_str() const noexcept { return mChars.data(); }
+    const Char* data() const noexcept { return mChars.data(); }
+    /// The characters, and behind them the NUL, which is not to be changed.
+    Char* data() noexcept { return mChars.data(); }
     /// The number of characters, the final NUL not counted.
-    size_type length() const noexcept { return mChars.empty() ? 0 : mChars.size() - 1; }
+    size_type length() const noexcept { return mChars.size() - 1; }
     size_type size() const noexcept { return length(); }
-    bool empty() const noexcept { return mChars.size() <= 1; }
-    size_type capacity() const noexcept { return mChars.capacity() == 0 ? 0 : mChars.capacity() - 1; }
+    bool empty() const noexcept { return mChars.size() == 1; }
+    size_type capacity() const noexcept { return hasStorage() ? mChars.capacity() - 1 : 0; }
     static constexpr size_type max_size() noexcept { return Container::Vector<Char>::max_size() - 1; }
     View view() const noexcept { return View(c_str(), length()); }
     operator View() const noexcept { return view(); }
 
-    /// Writable characters; for an empty string, an empty range.
     iterator begin() noexcept { return mChars.begin(); }
-    iterator end() noexcept { return mChars.begin() + length(); }
-    const_iterator begin() const noexcept { return c_str(); }
-    const_iterator end() const noexcept { return c_str() + length(); }
+    iterator end() noexcept { return mChars.end() - 1; }
+    const_iterator begin() const noexcept { return mChars.begin(); }
+    const_iterator end() const noexcept { return mChars.end() - 1; }
+    reverse_iterator rbegin() noexcept { return reverse_iterator(end()); }
+    reverse_iterator rend() noexcept { return reverse_iterator(begin()); }
+    const_reverse_iterator rbegin() const noexcept { return const_reverse_iterator(end()); }
+    const_reverse_iterator rend() const noexcept { return const_reverse_iterator(begin()); }
 
-    Char& operator[](size_type index) noexcept { return mChars[index]; }
     /// The position right behind the last character reads as the NUL.
-    const Char& operator[](size_type index) const noexcept { return c_str()[index]; }
-    const Char& at(size_type index) const { return c_str()[index < length() ? index : throwOutOfRange()]; }
+    Char& operator[](size_type index) noexcept { return mChars[index]; }
+    const Char& operator[](size_type index) const noexcept { return mChars[index]; }
+    Char& at(size_type index) { return mChars[index < length() ? index : throwOutOfRange()]; }
+    const Char& at(size_type index) const { return mChars[index < length() ? index : throwOutOfRange()]; }
     Char& front() noexcept { return mChars.front(); }
-    const Char& front() const noexcept { return c_str()[0]; }
+    const Char& front() const noexcept { return mChars.front(); }
     Char& back() noexcept { return mChars[length() - 1]; }
-    const Char& back() const noexcept { return c_str()[length() - 1]; }
+    const Char& back() const noexcept { return mChars[length() - 1]; }
 
     void reserve(size_type count) {
         if (count <= capacity())
             return;
-        ensureAllocator();
+        chooseAllocator();
         mChars.reserve(checkedLength(count) + 1);
-        if (mChars.empty())
-            mChars.push_back(Char());
     }
     void resize(size_type count, Char c = Char());
     /// Keeps the storage.
     void clear() noexcept {
-        if (!mChars.empty())
+        if (hasStorage())
             setLength(0);
     }
     void swap(BasicString& other) noexcept { mChars.swap(other.mChars); }
 
-    BasicString& assign(View text);
-    BasicString& append(View text);
-    BasicString& append(const Char* text) { return append(viewOf(text)); }
+    BasicString& assign(Text text);
+    BasicString& append(Text text);
     BasicString& append(size_type count, Char c);
-    void push_back(Char c) { append(1, c); }
+    void push_back(Char c) {
+        if (!hasRoomFor(1)) [[unlikely]]
+            grow(1);
+        mChars.back() = c;
+        setLength(length() + 1);
+    }
     void pop_back() noexcept { setLength(length() - 1); }
-    BasicString& operator+=(View text) { return append(text); }
-    BasicString& operator+=(const BasicString& text) { return append(text.view()); }
-    BasicString& operator+=(const Char* text) { return append(viewOf(text)); }
-    BasicString& operator+=(Char c) { return append(1, c); }
+    BasicString& operator+=(Text text) { return append(text); }
+    BasicString& operator+=(Char c) {
+        push_back(c);
+        return *this;
+    }
     /// Appends the number as decimal digits, with a minus sign where it is negative.
     template <std::integral Number>
     BasicString& appendDecimal(Number number);
 
-    BasicString& insert(size_type position, View text) { return replace(position, 0, text); }
+    BasicString& insert(size_type position, Text text) { return replace(position, 0, text); }
     BasicString& erase(size_type position = 0, size_type count = npos) { return replace(position, count, View()); }
     /// Puts `text` in the place of up to `count` characters.
-    BasicString& replace(size_type position, size_type count, View text);
+    BasicString& replace(size_type position, size_type count, Text text);
 
     BasicString substr(size_type position, size_type count = npos) const {
         return BasicString(view().substr(checkedPosition(position), count == npos ? View::npos : count));
     }
 
-    size_type find(View text, size_type from = 0) const noexcept { return narrow(view().find(text, from)); }
+    size_type find(Text text, size_type from = 0) const noexcept { return narrow(view().find(text, from)); }
     size_type find(Char c, size_type from = 0) const noexcept { return narrow(view().find(c, from)); }
-    size_type rfind(View text, size_type from = npos) const noexcept { return narrow(view().rfind(text, widen(from))); }
+    size_type rfind(Text text, size_type from = npos) const noexcept { return narrow(view().rfind(text, widen(from))); }
     size_type rfind(Char c, size_type from = npos) const noexcept { return narrow(view().rfind(c, widen(from))); }
-    size_type find_first_of(View set, size_type from = 0) const noexcept {
+    size_type find_first_of(Text set, size_type from = 0) const noexcept {
         return narrow(view().find_first_of(set, from));
     }
-    size_type find_last_of(View set, size_type from = npos) const noexcept {
+    size_type find_last_of(Text set, size_type from = npos) const noexcept {
         return narrow(view().find_last_of(set, widen(from)));
     }
-    size_type find_first_not_of(View set, size_type from = 0) const noexcept {
+    size_type find_first_not_of(Text set, size_type from = 0) const noexcept {
         return narrow(view().find_first_not_of(set, from));
     }
-    size_type find_last_not_of(View set, size_type from = npos) const noexcept {
+    size_type find_last_not_of(Text set, size_type from = npos) const noexcept {
         return narrow(view().find_last_not_of(set, widen(from)));
     }
-    bool starts_with(View text) const noexcept { return view().starts_with(text); }
-    bool ends_with(View text) const noexcept { return view().ends_with(text); }
-    bool contains(View text) const noexcept { return find(text) != npos; }
-    int compare(View other) const noexcept { return view().compare(other); }
+    bool starts_with(Text text) const noexcept { return view().starts_with(text); }
+    bool starts_with(Char c) const noexcept { return view().starts_with(c); }
+    bool ends_with(Text text) const noexcept { return view().ends_with(text); }
+    bool ends_with(Char c) const noexcept { return view().ends_with(c); }
+    bool contains(Text text) const noexcept { return find(text) != npos; }
+    bool contains(Char c) const noexcept { return find(c) != npos; }
+    int compare(Text other) const noexcept { return view().compare(other); }
 
     /// The same text with the letters of ASCII in one case.
     BasicString toLower() const;
     BasicString toUpper() const;
 
     friend bool operator==(const BasicString& a, const BasicString& b) noexcept { return a.view() == b.view(); }
-    friend bool operator==(const BasicString& a, const Char* b) noexcept { return a.view() == viewOf(b); }
+    friend bool operator==(const BasicString& a, const Char* b) noexcept { return a.view() == Text(b); }
     friend bool operator==(const BasicString& a, View b) noexcept { return a.view() == b; }
     friend std::strong_ordering operator<=>(const BasicString& a, const BasicString& b) noexcept {
         return a.compare(b.view()) <=> 0;
     }
     friend std::strong_ordering operator<=>(const BasicString& a, const Char* b) noexcept {
-        return a.compare(viewOf(b)) <=> 0;
+        return a.compare(Text(b)) <=> 0;
     }
     friend std::strong_ordering operator<=>(const BasicString& a, View b) noexcept { return a.compare(b) <=> 0; }
 
     friend BasicString operator+(const BasicString& a, const BasicString& b) { return concatenate(a.view(), b.view()); }
-    friend BasicString operator+(const BasicString& a, const Char* b) { return concatenate(a.view(), viewOf(b)); }
+    friend BasicString operator+(const BasicString& a, const Char* b) { return concatenate(a.view(), Text(b)); }
     friend BasicString operator+(const BasicString& a, View b) { return concatenate(a.view(), b); }
-    friend BasicString operator+(const Char* a, const BasicString& b) { return concatenate(viewOf(a), b.view()); }
+    friend BasicString operator+(const Char* a, const BasicString& b) { return concatenate(Text(a), b.view()); }
     friend BasicString operator+(View a, const BasicString& b) { return concatenate(a, b.view()); }
     friend BasicString operator+(BasicString&& a, const BasicString& b) { return std::move(a.append(b.view())); }
-    friend BasicString operator+(BasicString&& a, const Char* b) { return std::move(a.append(viewOf(b))); }
+    friend BasicString operator+(BasicString&& a, const Char* b) { return std::move(a.append(Text(b))); }
     friend BasicString operator+(BasicString&& a, View b) { return std::move(a.append(b)); }
 
 private:
     static constexpr Char cNul = Char();
 
-    static View viewOf(const Char* text) noexcept { return text ? View(text) : View(); }
     static size_type narrow(std::size_t position) noexcept {
         return position == View::npos ? npos : static_cast<size_type>(position);
     }
     static std::size_t widen(size_type position) noexcept { return position == npos ? View::npos : position; }
-    static size_type checkedLength(std::size_t length) {
+    static size_type checkedLength(uint64 length) {
         if (length > max_size())
-            throw std::length_error("string too long");
+            throw std::length_error("vector<T> too long");
         return static_cast<size_type>(length);
     }
     size_type checkedPosition(size_type position) const { return position <= length() ? position : throwOutOfRange(); }
     [[noreturn]] static size_type throwOutOfRange() { throw std::out_of_range("string position out of range"); }
     static BasicString concatenate(View a, View b);
 
-    /// A string without storage has not chosen an allocator yet.
-    void ensureAllocator() {
-        if (!mChars.getAllocator() && mChars.capacity() == 0)
-            Container::Vector<Char>(Library::getStringAlloc()).swap(mChars);
+    explicit BasicString(const Memory::AllocatorPtr& allocator) noexcept : mChars(allocator, {&cNul, 1}) {}
+
+    /// Without it, the characters are the fixed NUL, which is never written to.
+    bool hasStorage() const noexcept { return mChars.capacity() != 0; }
+    /// A string that takes its first storage chooses where from, unless a constructor was told.
+    void chooseAllocator() {
+        if (!hasStorage() && !mChars.getAllocator())
+            BasicString(Library::getStringAlloc()).swap(*this);
     }
     /// The first contents of a new string: exactly as much storage as they need.
     void fill(View text) {
         if (text.empty())
             return;
         const size_type length = checkedLength(text.size());
+        chooseAllocator();
         mChars.resizeForOverwrite(length + 1);
         Traits::copy(mChars.data(), text.data(), length);
         mChars[length] = Char();
     }
+    bool hasRoomFor(uint64 count) const noexcept { return mChars.size() + count <= mChars.capacity(); }
+    /// Makes room for that many more characters.
+    void grow(uint64 count);
     void setLength(size_type length) noexcept {
         mChars.resizeForOverwrite(length + 1);
         mChars[length] = Char();
     }
     bool isInside(View text) const noexcept {
-        return !mChars.empty() && !std::less<const Char*>()(text.data(), mChars.begin()) &&
+        return !std::less<const Char*>()(text.data(), mChars.begin()) &&
                std::less<const Char*>()(text.data(), mChars.end());
     }
 
-    Container::Vector<Char> mChars; ///< empty, or the characters and one NUL
+    Container::Vector<Char> mChars; ///< the characters and one NUL
 };
 
 template <class Char>
 void BasicString<Char>::resize(size_type count, Char c) {
     if (count > length())
         append(count - length(), c);
-    else if (!mChars.empty())
+    else if (count < length())
         setLength(count);
 }
 
 template <class Char>
-BasicString<Char>& BasicString<Char>::assign(View text) {
+BasicString<Char>& BasicString<Char>::assign(Text text) {
     if (text.size() > capacity()) {
         // The new text may be part of the old one, which stays until the copy is made.
-        BasicString copy(text);
-        swap(copy);
-        return *this;
+        chooseAllocator();
+        BasicString(text, mChars.getAllocator()).swap(*this);
+    } else if (hasStorage()) {
+        Traits::move(mChars.data(), text.data(), text.size());
+        setLength(static_cast<size_type>(text.size()));
     }
-    if (mChars.empty() && text.empty())
-        return *this;
-    Traits::move(mChars.data(), text.data(), text.size());
-    setLength(static_cast<size_type>(text.size()));
     return *this;
 }
 
 template <class Char>
-BasicString<Char>& BasicString<Char>::append(View text) {
-    if (text.empty())
-        return *this;
-    const size_type oldLength = length();
-    const size_type newLength = checkedLength(std::size_t{oldLength} + text.size());
-    ensureAllocator();
-    if (newLength + 1 > mChars.capacity()) {
-        const std::size_t offset = isInside(text) ? static_cast<std::size_t>(text.data() - mChars.data()) : View::npos;
-        mChars.resizeForOverwrite(newLength + 1);
-        if (offset != View::npos)
+BasicString<Char>& BasicString<Char>::append(Text text) {
+    if (!hasRoomFor(text.size())) [[unlikely]] {
+        if (text.empty())
+            return *this;
+        const std::ptrdiff_t offset = isInside(text) ? text.data() - mChars.data() : -1;
+        grow(text.size());
+        if (offset >= 0)
             text = View(mChars.data() + offset, text.size());
-    } else {
-        mChars.resizeForOverwrite(newLength + 1);
     }
-    Traits::copy(mChars.data() + oldLength, text.data(), text.size());
-    mChars[newLength] = Char();
+    Traits::move(mChars.end() - 1, text.data(), text.size());
+    setLength(length() + static_cast<size_type>(text.size()));
     return *this;
 }
 
@@ -266,13 +287,18 @@ template <class Char>
 BasicString<Char>& BasicString<Char>::append(size_type count, Char c) {
     if (count == 0)
         return *this;
-    const size_type oldLength = length();
-    const size_type newLength = checkedLength(std::size_t{oldLength} + count);
-    ensureAllocator();
-    mChars.resizeForOverwrite(newLength + 1);
-    Traits::assign(mChars.data() + oldLength, count, c);
-    mChars[newLength] = Char();
+    if (!hasRoomFor(count))
+        grow(count);
+    Traits::assign(mChars.end() - 1, count, c);
+    setLength(length() + count);
     return *this;
+}
+
+template <class Char>
+void BasicString<Char>::grow(uint64 count) {
+    const size_type newLength = checkedLength(length() + count);
+    chooseAllocator();
+    mChars.reserve(mChars.grownCapacity(uint64{newLength} + 1));
 }
 
 template <class Char>
@@ -286,12 +312,12 @@ BasicString<Char>& BasicString<Char>::appendDecimal(Number number) {
 }
 
 template <class Char>
-BasicString<Char>& BasicString<Char>::replace(size_type position, size_type count, View text) {
+BasicString<Char>& BasicString<Char>::replace(size_type position, size_type count, Text text) {
     const View old = view();
     const View head = old.substr(0, checkedPosition(position));
     const View tail = old.substr(position + std::min(count, length() - position));
-    BasicString result;
-    result.reserve(checkedLength(head.size() + text.size() + tail.size()));
+    BasicString result(mChars.getAllocator());
+    result.reserve(checkedLength(uint64{head.size()} + text.size() + tail.size()));
     result.append(head).append(text).append(tail);
     swap(result);
     return *this;
@@ -300,8 +326,9 @@ BasicString<Char>& BasicString<Char>::replace(size_type position, size_type coun
 template <class Char>
 BasicString<Char> BasicString<Char>::concatenate(View a, View b) {
     BasicString result;
-    result.reserve(checkedLength(a.size() + b.size()));
-    return std::move(result.append(a).append(b));
+    result.reserve(checkedLength(uint64{a.size()} + b.size()));
+    result.append(a).append(b);
+    return result;
 }
 
 template <class Char>

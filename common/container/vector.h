@@ -16,6 +16,13 @@
 #include <type_traits>
 #include <utility>
 
+namespace Tarq::Common {
+
+template <class Char>
+class BasicString;
+
+} // namespace Tarq::Common
+
 namespace Tarq::Common::Container {
 
 /// A contiguous growable array with the meanings of the standard vector, over an allocator pointer.
@@ -67,13 +74,25 @@ public:
 
     /// Keeps its own allocator.
     Vector& operator=(const Vector& other) {
-        if (this != &other)
+        if (this == &other)
+            return *this;
+        if (std::is_nothrow_copy_constructible_v<T> && other.size() <= capacity()) {
+            clear();
+            insert(end(), other.begin(), other.end());
+        } else {
             assign(other.begin(), other.end());
+        }
         return *this;
     }
-    /// Takes over the source's storage together with its allocator; the source keeps nothing.
+    /// Takes over the source's storage together with its allocator, and leaves the source empty, on the same allocator.
     Vector& operator=(Vector&& other) noexcept {
-        Vector(std::move(other)).swap(*this);
+        if (this == &other)
+            return *this;
+        releaseStorage();
+        mAllocator = other.mAllocator;
+        mBegin = std::exchange(other.mBegin, nullptr);
+        mEnd = std::exchange(other.mEnd, nullptr);
+        mCapacityEnd = std::exchange(other.mCapacityEnd, nullptr);
         return *this;
     }
     Vector& operator=(std::initializer_list<T> values) {
@@ -123,27 +142,27 @@ public:
 
     void reserve(size_type count) {
         if (count > capacity())
-            reallocate(checkedSize(count), size());
+            reallocate(checkedSize(count));
     }
     void shrink_to_fit() {
         if (mEnd != mCapacityEnd)
-            reallocate(size(), size());
+            reallocate(size());
     }
     void clear() noexcept { eraseFrom(mBegin); }
 
     void resize(size_type count) {
-        resizeWith(count, [](T* element) { std::construct_at(element); });
+        resizeWith(count, [](T* first, T* last) { std::uninitialized_value_construct(first, last); });
     }
     void resize(size_type count, const T& value) {
         if (count > size() && isInside(value))
             return resize(count, T(value));
-        resizeWith(count, [&value](T* element) { std::construct_at(element, value); });
+        resizeWith(count, [&value](T* first, T* last) { std::uninitialized_fill(first, last, value); });
     }
     /// Like `resize`, but leaves new elements of a trivial type without a value, for the caller to fill.
-    void resizeForOverwrite(
-        size_type count) requires std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T> {
+    void resizeForOverwrite(size_type count) {
+        static_assert(std::is_trivially_default_constructible_v<T> && std::is_trivially_destructible_v<T>);
         if (count > capacity()) [[unlikely]]
-            reallocate(grownCapacity(count), size());
+            reallocate(grownCapacity(count));
         mEnd = mBegin + count;
     }
 
@@ -151,7 +170,7 @@ public:
     void push_back(T&& value) { emplace_back(std::move(value)); }
     template <class... Arguments>
     T& emplace_back(Arguments&&... arguments) {
-        if (mEnd == mCapacityEnd) [[unlikely]]
+        if (mEnd >= mCapacityEnd) [[unlikely]]
             return emplaceGrown(std::forward<Arguments>(arguments)...);
         std::construct_at(mEnd, std::forward<Arguments>(arguments)...);
         return *mEnd++;
@@ -177,7 +196,8 @@ public:
         if (count <= 0)
             return mBegin + (position - mBegin);
         const size_type added = checkedSize(static_cast<std::size_t>(count));
-        if constexpr (std::contiguous_iterator<Iterator> && std::is_same_v<std::iter_value_t<Iterator>, T>) {
+        using Reference = std::iter_reference_t<Iterator>;
+        if constexpr (std::is_lvalue_reference_v<Reference> && std::is_same_v<std::remove_cvref_t<Reference>, T>) {
             if (isInside(*first)) {
                 const Vector copy(mAllocator, first, last);
                 return insert(position, copy.begin(), copy.end());
@@ -202,8 +222,8 @@ public:
         return mBegin + offset;
     }
 
-    iterator erase(const_iterator position) noexcept { return erase(position, position + 1); }
-    iterator erase(const_iterator first, const_iterator last) noexcept {
+    iterator erase(const_iterator position) noexcept(cMovesSafely) { return erase(position, position + 1); }
+    iterator erase(const_iterator first, const_iterator last) noexcept(cMovesSafely) {
         iterator target = mBegin + (first - mBegin);
         if (first != last)
             eraseFrom(std::move(mBegin + (last - mBegin), mEnd, target));
@@ -220,11 +240,30 @@ public:
     friend bool operator==(const Vector& a, const Vector& b) {
         return std::equal(a.begin(), a.end(), b.begin(), b.end());
     }
-    friend auto operator<=>(const Vector& a, const Vector& b) requires std::three_way_comparable<T> {
+    template <std::three_way_comparable Element = T>
+    friend auto operator<=>(const Vector& a, const Vector& b) {
         return std::lexicographical_compare_three_way(a.begin(), a.end(), b.begin(), b.end());
     }
 
 private:
+    template <class>
+    friend class Common::BasicString;
+
+    static constexpr bool cMovesSafely = std::is_nothrow_move_assignable_v<T>;
+
+    /// Elements that stand somewhere else for good.
+    struct Fixed {
+        const T* elements;
+        size_type count;
+    };
+    /// Starts out on fixed elements. They have no capacity: nothing writes to them, gives them back or destroys them,
+    /// and the first growth copies them.
+    Vector(const Memory::AllocatorPtr& allocator, Fixed fixed) noexcept
+        : mAllocator(allocator), mBegin(const_cast<T*>(fixed.elements)), mEnd(mBegin + fixed.count),
+          mCapacityEnd(mBegin) {
+        static_assert(std::is_trivially_copyable_v<T>);
+    }
+
     /// A constructor that fails has no destructor to give its storage back.
     template <class Fill>
     void constructed(Fill fill) {
@@ -236,7 +275,7 @@ private:
         }
     }
 
-    static size_type checkedSize(std::size_t count) {
+    static size_type checkedSize(uint64 count) {
         if (count > max_size())
             throw std::length_error("vector<T> too long");
         return static_cast<size_type>(count);
@@ -250,11 +289,12 @@ private:
         const T* const address = std::addressof(value);
         return !std::less<const T*>()(address, mBegin) && std::less<const T*>()(address, mEnd);
     }
-    size_type grownCapacity(std::size_t needed) const {
-        const std::size_t grown = std::size_t{capacity()} + capacity() / 2;
-        return std::max(checkedSize(needed), static_cast<size_type>(std::min<std::size_t>(grown, max_size())));
+    size_type grownCapacity(uint64 needed) const {
+        const uint64 grown = uint64{capacity()} + capacity() / 2;
+        return std::max(checkedSize(needed), static_cast<size_type>(std::min<uint64>(grown, max_size())));
     }
     T* takeStorage(size_type count) const {
+        static_assert(alignof(T) <= 8, "allocators align to 8");
         return static_cast<T*>(Memory::allocateBytes(mAllocator, std::size_t{count} * sizeof(T)));
     }
 
@@ -270,16 +310,16 @@ private:
         }
     }
     void adoptStorage(T* storage, size_type count, size_type newCapacity) noexcept {
-        std::destroy(mBegin, mEnd);
-        Memory::releaseBytes(mAllocator, mBegin);
+        releaseStorage();
         mBegin = storage;
         mEnd = storage + count;
         mCapacityEnd = storage + newCapacity;
     }
-    void reallocate(size_type newCapacity, size_type count) {
+    void reallocate(size_type newCapacity) {
+        const size_type count = size();
         T* const storage = newCapacity != 0 ? takeStorage(newCapacity) : nullptr;
         try {
-            relocate(mBegin, mBegin + count, storage);
+            relocate(mBegin, mEnd, storage);
         } catch (...) {
             Memory::releaseBytes(mAllocator, storage);
             throw;
@@ -290,7 +330,7 @@ private:
     template <class... Arguments>
     [[gnu::noinline]] T& emplaceGrown(Arguments&&... arguments) {
         const size_type count = size();
-        const size_type newCapacity = grownCapacity(std::size_t{count} + 1);
+        const size_type newCapacity = grownCapacity(uint64{count} + 1);
         T* const storage = takeStorage(newCapacity);
         T* made = nullptr;
         try {
@@ -312,22 +352,16 @@ private:
             return;
         }
         if (count > capacity())
-            reallocate(grownCapacity(count), size());
-        T* const oldEnd = mEnd;
-        try {
-            for (; mEnd != mBegin + count; ++mEnd)
-                construct(mEnd);
-        } catch (...) {
-            eraseFrom(oldEnd);
-            throw;
-        }
+            reallocate(grownCapacity(count));
+        construct(mEnd, mBegin + count);
+        mEnd = mBegin + count;
     }
     template <class Append>
     iterator insertAtEndAndRotate(const_iterator position, size_type added, Append append) {
         const auto offset = position - mBegin;
         const size_type oldSize = size();
-        if (added > capacity() - oldSize)
-            reallocate(grownCapacity(std::size_t{oldSize} + added), oldSize);
+        if (uint64{oldSize} + added > capacity())
+            reallocate(grownCapacity(uint64{oldSize} + added));
         try {
             append();
         } catch (...) {
@@ -342,7 +376,7 @@ private:
         mEnd = newEnd;
     }
     void releaseStorage() noexcept {
-        if (!mBegin)
+        if (mBegin == mCapacityEnd)
             return;
         std::destroy(mBegin, mEnd);
         Memory::releaseBytes(mAllocator, mBegin);
@@ -351,7 +385,7 @@ private:
     Memory::AllocatorPtr mAllocator;
     T* mBegin = nullptr;
     T* mEnd = nullptr;
-    T* mCapacityEnd = nullptr;
+    T* mCapacityEnd = nullptr; ///< `mBegin` where the elements are fixed
 };
 
 /// Packed bits: `common/container/bitvector.h`.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/debug/sourcename.h"
 #include "common/debug/textpiece.h"
 #include "common/export.h"
 
@@ -29,21 +30,13 @@ TARQ_API void ShowAssertMessage(const char* message, const char* file, unsigned 
 TARQ_API bool reportAssertion(const char* shown, const char* file, unsigned int line,
                               std::initializer_list<TextPiece> pieces);
 
-/// The name under which a source file is reported: its path from "common/" on, without the extension.
+/// `sourceNameOf`, made at compile time and with its final NUL.
 template <std::size_t Size>
 consteval std::array<char, Size> makeSourceName(const char (&path)[Size]) {
-    const std::string_view all(path, Size - 1);
-    std::size_t begin = all.rfind("common/");
-    while (begin != std::string_view::npos && begin != 0 && all[begin - 1] != '/')
-        begin = all.rfind("common/", begin - 1);
-    if (begin == std::string_view::npos)
-        begin = 0;
-    std::size_t end = all.rfind('.');
-    if (end == std::string_view::npos || end < begin)
-        end = all.size();
     std::array<char, Size> name{};
-    for (std::size_t at = begin; at < end; ++at)
-        name[at - begin] = all[at];
+    std::size_t length = 0;
+    for (const char c : sourceNameOf(std::string_view(path, Size - 1)))
+        name[length++] = c;
     return name;
 }
 

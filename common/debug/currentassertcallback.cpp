@@ -1,21 +1,6 @@
 #include "common/debug/internal/currentassertcallback.h"
 
-#include "common/platform/assertreport.h"
-
-#include <atomic>
-
 namespace Tarq::Common::Debug {
-
-namespace {
-
-/// Not a member: it is read when the object is gone.
-constinit std::atomic<bool> gGone{false};
-
-} // namespace
-
-CurrentAssertCallback::~CurrentAssertCallback() {
-    gGone.store(true);
-}
 
 void CurrentAssertCallback::set(const Callback::AssertCallbackPtr& callback) {
     // The old callback is deleted outside the lock: its destructor is the host's.
@@ -32,8 +17,6 @@ const Callback::AssertCallbackPtr& CurrentAssertCallback::get() {
 }
 
 void CurrentAssertCallback::show(const char* message, const char* file, unsigned int line) {
-    if (gGone.load())
-        Platform::reportAssertionAndEnd(message, file, line);
     Callback::AssertCallbackPtr callback;
     {
         const Threading::ScopedLock inside(mLock);

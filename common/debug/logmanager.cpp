@@ -64,6 +64,8 @@ void LogManager::destroyReporter(LogReporter* reporter) noexcept {
 
 void LogManager::addListener(LogType types, LogListener* listener) {
     const Threading::ScopedLock inside(mLock);
+    for (ListenerList& listeners : mListeners)
+        listeners.reserve(listeners.size() + 1);
     for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
         ListenerList& listeners = mListeners[bit];
         if ((types & (1u << bit)) != 0 && std::find(listeners.begin(), listeners.end(), listener) == listeners.end())
@@ -109,12 +111,15 @@ void LogManager::deliver(const LogRecord& record) {
     if (mDepth == cDeepestDelivery)
         return;
     const Delivery delivery(*this);
+    // Lists only get longer while a delivery lasts: what was there when it began is the front of each.
+    std::array<uint32, cLogTypeCount> counts;
+    std::transform(mListeners.begin(), mListeners.end(), counts.begin(),
+                   [](const ListenerList& listeners) { return listeners.size(); });
     for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
         if ((record.mType & (1u << bit)) == 0)
             continue;
-        ListenerList& listeners = mListeners[bit];
-        for (uint32 at = 0, count = listeners.size(); at < count; ++at) {
-            if (LogListener* const listener = listeners[at])
+        for (uint32 at = 0; at < counts[bit]; ++at) {
+            if (LogListener* const listener = mListeners[bit][at])
                 call(*listener, record);
         }
     }

@@ -40,7 +40,7 @@ public:
     void removeLogReporter(LogReporter* reporter);
 
     /// Lets the listener hear the types, several bits at once; for each type it comes after those already there. For a
-    /// type that it hears already, nothing changes. Throws `OutOfMemoryException`.
+    /// type that it hears already, nothing changes. Throws `OutOfMemoryException`; nothing has changed then.
     void addListener(LogType types, LogListener* listener);
     /// The listener does not hear the types any more.
     void removeListener(LogType types, LogListener* listener);

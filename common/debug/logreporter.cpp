@@ -23,6 +23,20 @@ const char* nameOf(LogType type) noexcept {
     return "UNKNOWN";
 }
 
+constexpr uint32 cDeepestBreak = 8;
+
+/// The log breaks inside each other on this thread. An assertion callback may report, and so raise the next one.
+thread_local constinit uint32 tBreakDepth = 0;
+
+/// Counts a log break for as long as it lasts.
+class LogBreak {
+public:
+    LogBreak() noexcept { ++tBreakDepth; }
+    ~LogBreak() { --tBreakDepth; }
+    LogBreak(const LogBreak&) = delete;
+    LogBreak& operator=(const LogBreak&) = delete;
+};
+
 void setBits(std::atomic<uint32>& mask, uint32 bits, bool enable) noexcept {
     if (enable)
         mask.fetch_or(bits, std::memory_order_relaxed);
@@ -41,8 +55,10 @@ void LogReporter::reportLog(LogType type, const String& message, const String& f
     if (!isReported(type))
         return;
     mManager.deliver({type, message, mName, function, file, line});
-    if ((getAssertTypes() & type) != 0)
-        TARQ_FAIL(message, "\nLogBreak ErrorType: ", nameOf(type), "\nInstance: ", mName);
+    if ((getAssertTypes() & type) == 0 || tBreakDepth == cDeepestBreak)
+        return;
+    const LogBreak logBreak;
+    TARQ_FAIL(message, "\nLogBreak ErrorType: ", nameOf(type), "\nInstance: ", mName);
 }
 
 void LogReporter::enableLogType(LogType type, bool enable) noexcept {

@@ -1,11 +1,19 @@
 #include "common/memory/allocator.h"
 
 #include "common/exceptions/exception.h"
+#include "common/memory/allocate.h"
 
-#include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace Tarq::Common::Memory {
+
+namespace {
+
+/// The allocator that has thrown when this thread last tried it.
+thread_local constinit const Allocator* tThrower = nullptr;
+
+} // namespace
 
 Allocator::Allocator(const char* name, const AllocatorPtr& owner) noexcept : mAllocator(owner), mName{} {
     if (name)
@@ -27,19 +35,22 @@ uint32 Allocator::freeUnusedMemory() {
 }
 
 void* Allocator::tryAlloc(uint32 size) noexcept {
+    tThrower = nullptr;
     try {
         return alloc(size);
     } catch (Exceptions::Exception* exception) {
         delete exception;
     } catch (...) {
-        // Whatever it was, there is no memory; `reportExhausted` lets it happen again where it may pass on.
+        // Whatever it was, there is no memory.
     }
+    tThrower = this;
     return nullptr;
 }
 
-void Allocator::reportExhausted(uint32 size) {
-    if (void* block = alloc(size))
-        free(block);
+void Allocator::reportExhausted(uint32) {
+    // `alloc` is not asked again: this runs outside the lock that may be what makes it safe.
+    if (std::exchange(tThrower, nullptr) == this)
+        throwOutOfMemory();
 }
 
 void Allocator::operator delete(Allocator* self, std::destroying_delete_t) {

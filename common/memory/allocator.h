@@ -15,6 +15,7 @@ namespace Tarq::Common::Memory {
 ///
 /// A new kind of allocator overrides `alloc` and `free`. One that can tell exhaustion apart from reporting it overrides
 /// `tryAlloc` and `reportExhausted` too; whoever holds a lock asks through those, and reports when it has let go.
+/// Without these, whatever `alloc` throws arrives as an `OutOfMemoryException` there.
 class TARQ_API Allocator : public LockedReferenceCounted {
 public:
     /// `name` keeps its first 14 characters; null is the empty name. `owner` is the allocator whose memory holds this
@@ -35,7 +36,8 @@ public:
 
     /// Like `alloc`, but exhaustion is null and nothing else: no exception, no assertion.
     virtual void* tryAlloc(uint32 size) noexcept;
-    /// Does what `alloc` does in place of returning memory: throws, or asserts, or nothing (`alloc` then returns null).
+    /// After a `tryAlloc` of this thread that had nothing: does what `alloc` does in place of returning memory, that is
+    /// throws, or asserts, or nothing (`alloc` then returns null). Takes no lock and needs none.
     virtual void reportExhausted(uint32 size);
 
     const char* getName() const noexcept { return mName; }

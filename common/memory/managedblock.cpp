@@ -3,7 +3,6 @@
 #include "common/memory/allocate.h"
 
 #include <cstdint>
-#include <limits>
 #include <new>
 #include <utility>
 
@@ -15,10 +14,10 @@ namespace {
 struct ManagedPrefix {
     AllocatorPtr allocator;
     ManagedPrefix* olderUnclaimed; ///< next in the chain of this thread's unclaimed blocks
-    std::size_t objectSize;        ///< 0 once claimed
+    std::size_t objectSize;        ///< 0 once claimed, and where nobody claims
 };
 
-/// The blocks whose objects this thread is about to construct, the youngest first. A chain, because the arguments of a
+/// The claimable blocks whose objects this thread is about to construct, the youngest first. A chain, because the arguments of a
 /// constructor may themselves be made with `new` between the taking of the block and the constructor's start.
 thread_local constinit ManagedPrefix* tUnclaimed = nullptr;
 
@@ -36,24 +35,19 @@ void unchain(ManagedPrefix** link) noexcept {
     prefix->objectSize = 0;
 }
 
-void* chain(void* memory, std::size_t size, const AllocatorPtr& allocator) noexcept {
-    ManagedPrefix* const prefix = ::new (memory) ManagedPrefix{allocator, tUnclaimed, size};
-    tUnclaimed = prefix;
-    return objectOf(prefix);
-}
-
 } // namespace
 
 void* newManagedBlock(std::size_t size, const AllocatorPtr& allocator) {
-    return chain(allocateBytes(allocator, size + sizeof(ManagedPrefix)), size, allocator);
+    void* const memory = allocateBytes(allocator, size + sizeof(ManagedPrefix));
+    return objectOf(::new (memory) ManagedPrefix{allocator, nullptr, 0});
 }
 
-void* tryNewManagedBlock(std::size_t size, const AllocatorPtr& allocator) noexcept {
-    const std::size_t all = size + sizeof(ManagedPrefix);
-    if (all > std::numeric_limits<uint32>::max())
-        return nullptr;
-    void* const memory = allocator ? allocator->tryAlloc(static_cast<uint32>(all)) : ::operator new(all, std::nothrow);
-    return memory ? chain(memory, size, allocator) : nullptr;
+void* newClaimableBlock(std::size_t size, const AllocatorPtr& allocator) {
+    void* const object = newManagedBlock(size, allocator);
+    ManagedPrefix* const prefix = prefixOf(object);
+    prefix->olderUnclaimed = std::exchange(tUnclaimed, prefix);
+    prefix->objectSize = size;
+    return object;
 }
 
 void deleteManagedBlock(void* object) noexcept {

@@ -13,7 +13,7 @@ MemoryManaged::MemoryManaged() : mAllocator(claimManagedBlock(this)) {
 MemoryManaged::~MemoryManaged() = default;
 
 void* MemoryManaged::operator new(std::size_t size, const AllocatorPtr& allocator) {
-    return newManagedBlock(size, allocator);
+    return newClaimableBlock(size, allocator);
 }
 
 void MemoryManaged::operator delete(void* object, const AllocatorPtr&) noexcept {

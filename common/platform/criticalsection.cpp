@@ -13,7 +13,8 @@ constexpr uint32 cLongestBackoff = 32;
 constexpr uint32 cFirstSleepMicroseconds = 50;
 constexpr uint32 cLongestSleepMicroseconds = 1000000;
 
-thread_local constinit uint32 tToken = 0;
+/// Four bytes of the static block that every process sets aside for libraries loaded late: read without a call.
+[[gnu::tls_model("initial-exec")]] thread_local constinit uint32 tToken = 0;
 
 uint32 makeToken() noexcept {
     static std::atomic<uint32> next{0};
@@ -57,17 +58,7 @@ bool CriticalSection::tryLock() noexcept {
     return true;
 }
 
-void CriticalSection::unlock() noexcept {
-    if (mRecursion != 0) {
-        --mRecursion;
-        return;
-    }
-    if (mWaiters.load(std::memory_order_relaxed) == 0) [[likely]] {
-        mOwner.store(0, std::memory_order_release);
-        return;
-    }
-    const std::atomic<uint32>* address = &mOwner;
-    mOwner.store(0, std::memory_order_release);
+void CriticalSection::wakeWaiter(const std::atomic<uint32>* address) noexcept {
     wakeOneOnAddress(address);
 }
 

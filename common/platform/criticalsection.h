@@ -35,10 +35,21 @@ public:
     /// Enters if that needs no waiting, and returns whether it did.
     bool tryLock() noexcept;
     /// Leaves. The caller is inside; as often as it entered, it leaves.
-    void unlock() noexcept;
+    void unlock() noexcept {
+        if (mRecursion != 0) [[unlikely]] {
+            --mRecursion;
+            return;
+        }
+        const bool mustWake = mWaiters.load(std::memory_order_relaxed) != 0;
+        const std::atomic<uint32>* const address = &mOwner;
+        mOwner.store(0, std::memory_order_release);
+        if (mustWake) [[unlikely]]
+            wakeWaiter(address);
+    }
 
 private:
     void lockContended(uint32 self) noexcept;
+    static void wakeWaiter(const std::atomic<uint32>* address) noexcept;
 
     std::atomic<uint32> mOwner{0};   ///< token of the thread inside, 0 when there is none
     std::atomic<uint32> mWaiters{0}; ///< threads that sleep or are about to

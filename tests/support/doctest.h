@@ -2,6 +2,7 @@
 
 #include "common/string.h"
 
+#define DOCTEST_CONFIG_TREAT_CHAR_STAR_AS_STRING
 #include <doctest/doctest.h>
 
 /// doctest, and how it shows the library's texts.

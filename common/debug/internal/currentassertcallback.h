@@ -6,11 +6,10 @@ namespace Tarq::Common::Debug {
 
 /// The one assertion callback, guarded so that several threads may assert first at once.
 ///
-/// Threads: any. When it is gone, at the end of the process, `show` still reports: through the platform.
+/// Threads: any. Empty, it makes the default callback when it is asked; so it needs no end of its own.
 class CurrentAssertCallback {
 public:
     constexpr CurrentAssertCallback() noexcept : mLock(Threading::cSpinCount) {}
-    ~CurrentAssertCallback();
     CurrentAssertCallback(const CurrentAssertCallback&) = delete;
     CurrentAssertCallback& operator=(const CurrentAssertCallback&) = delete;
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "bench/harness.h"
+
+namespace Tarq::Bench {
+
+std::vector<Case> allocatorCases();
+std::vector<Case> stringCases();
+std::vector<Case> containerCases();
+std::vector<Case> sharedPtrCases();
+std::vector<Case> lockCases();
+std::vector<Case> md5Cases();
+std::vector<Case> bufferedStreamCases();
+std::vector<Case> memoryStreamCases();
+std::vector<Case> logCases();
+std::vector<Case> exceptionCases();
+
+} // namespace Tarq::Bench

@@ -1,0 +1,10 @@
+#include "bench/cases.h"
+#include "bench/foreignallocator.h"
+
+int main(int argc, char** argv) {
+    using namespace Tarq::Bench;
+    reserveThreadStorage(argv);
+    return run(argc, argv,
+               {allocatorCases, stringCases, containerCases, sharedPtrCases, lockCases, md5Cases, bufferedStreamCases,
+                memoryStreamCases, logCases, exceptionCases});
+}

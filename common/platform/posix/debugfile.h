@@ -1,0 +1,58 @@
+#pragma once
+
+#include "common/platform/posix/libdw.h"
+#include "common/platform/symbols.h"
+
+#ifdef TARQ_HAVE_LIBDW_HEADERS
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tarq::Common::Platform {
+
+/// The file of a module, and the separate file with its debug information where there is one. Addresses are those in
+/// the file. Threads: one at a time. No descriptor stays open.
+class DebugFile {
+public:
+    /// Opens `file` if it is what was loaded, which `buildId` tells.
+    DebugFile(const Libdw& dw, const std::string& file, std::string_view buildId);
+
+    /// Appends the functions at `address`, the innermost first. Returns where their names are from; when nothing is
+    /// known, it appends nothing.
+    SymbolSource describe(Dwarf_Addr address, std::vector<FunctionInfo>& functions);
+
+private:
+    using ElfPtr = std::unique_ptr<Elf, decltype(Libdw::elf_end)>;
+    using DwarfPtr = std::unique_ptr<Dwarf, decltype(Libdw::dwarf_end)>;
+    struct Symbol {
+        std::string name; ///< as the linker knows it; empty when there is none
+        uint64 offset = 0;
+    };
+
+    ElfPtr open(const std::string& file, std::string_view buildId) const;
+    ElfPtr openSeparate(const std::string& file, std::string_view buildId) const;
+    DwarfPtr readDwarf(Elf* elf) const;
+    void openShared();
+    Symbol findSymbol(Elf* elf, Dwarf_Addr address) const;
+    Symbol findSymbol(Dwarf_Addr address) const;
+    bool findUnit(Dwarf_Addr address, Dwarf_Die& unit) const;
+    std::vector<Dwarf_Die> findScopes(Dwarf_Die& unit, Dwarf_Addr address) const;
+    void describeLine(Dwarf_Die& unit, Dwarf_Addr address, FunctionInfo& function) const;
+    void describeCall(Dwarf_Die& unit, Dwarf_Die& inlined, FunctionInfo& function) const;
+    bool readNumber(Dwarf_Die& die, unsigned int attribute, Dwarf_Word& number) const;
+    void nameFunction(Dwarf_Die& die, FunctionInfo& function) const;
+    std::string qualify(Dwarf_Die& die) const;
+
+    const Libdw& mDw;
+    ElfPtr mElf;
+    ElfPtr mSeparateElf; ///< null when the file has everything itself
+    ElfPtr mSharedElf;   ///< what several separate files have in common
+    DwarfPtr mSharedDwarf;
+    DwarfPtr mDwarf;
+};
+
+} // namespace Tarq::Common::Platform
+
+#endif

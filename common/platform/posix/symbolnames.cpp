@@ -1,0 +1,81 @@
+#include "common/platform/posix/symbolnames.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+#include <cxxabi.h>
+
+namespace Tarq::Common::Platform {
+
+namespace {
+
+bool isNameCharacter(char c) noexcept {
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$';
+}
+
+constexpr std::string_view cOperator = "operator";
+
+/// Whether the word "operator" stands at `position`: what follows names it, with brackets that are none.
+bool isOperatorAt(std::string_view text, std::size_t position) noexcept {
+    const std::string_view rest = text.substr(position);
+    return rest.starts_with(cOperator) && (rest.size() == cOperator.size() || !isNameCharacter(rest[cOperator.size()])) &&
+           (position == 0 || !isNameCharacter(text[position - 1]));
+}
+
+/// Finds the end of an operator's name, which begins behind "operator".
+std::size_t skipOperator(std::string_view text, std::size_t position) noexcept {
+    // The longest ones first; an operator whose sign has no brackets needs no care.
+    for (const std::string_view sign : {"()", "<=>", "<<=", ">>=", "->*", "<<", ">>", "<=", ">=", "->", "<", ">"}) {
+        if (text.substr(position).starts_with(sign))
+            return position + sign.size();
+    }
+    return position;
+}
+
+/// Takes the result in front of the name and the parameters behind it off, and what follows these.
+///
+/// Both are found in one pass: the name reaches from behind the last space outside of all brackets, to the last
+/// opening parenthesis outside of all others. A local function's name has its outer function's parameters inside.
+std::string_view trimToName(std::string_view text) noexcept {
+    std::size_t begin = 0;
+    std::size_t end = text.size();
+    int depth = 0;
+    bool isNamed = false; // The word "operator" was seen: spaces belong to the name from here on.
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        if (depth == 0 && isOperatorAt(text, at)) {
+            at = skipOperator(text, at + cOperator.size()) - 1;
+            isNamed = true;
+            continue;
+        }
+        const char c = text[at];
+        if (c == '(' && depth == 0)
+            end = at;
+        if (c == '(' || c == '<' || c == '{' || c == '[')
+            ++depth;
+        else if ((c == ')' || c == '>' || c == '}' || c == ']') && depth > 0)
+            --depth;
+        else if (c == ' ' && depth == 0 && end == text.size() && !isNamed)
+            begin = at + 1;
+        else if (c == ':' && depth == 0)
+            end = text.size(); // What was taken for the parameters belongs to an outer function or namespace.
+    }
+    return begin < end ? text.substr(begin, end - begin) : text;
+}
+
+} // namespace
+
+FunctionName demangle(std::string symbol) {
+    // The compilers append what they made of a function: ".cold", ".part.0", ".constprop.0", ".isra.0".
+    if (symbol.starts_with("_Z"))
+        symbol.resize(std::min(symbol.find('.'), symbol.size()));
+    int status = 0;
+    const std::unique_ptr<char, decltype(&std::free)> text(
+        abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
+    if (!text)
+        return {symbol, symbol};
+    return {std::string(trimToName(text.get())), text.get()};
+}
+
+} // namespace Tarq::Common::Platform

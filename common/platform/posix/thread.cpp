@@ -1,0 +1,333 @@
+#include "common/platform/thread.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <condition_variable>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+#include <new>
+#include <optional>
+
+#include <cxxabi.h>
+#include <pthread.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace Tarq::Common::Platform {
+
+namespace {
+
+/// How the system is told that nobody needs the ended thread any more.
+enum class JoinState : uint8 {
+    JOIN_OPEN,   ///< not yet: somebody is to join it, or to detach it
+    JOIN_BUSY,   ///< somebody is joining it
+    JOIN_DONE,   ///< joined
+    JOIN_NOBODY, ///< detached, or started by somebody else: it announces its end itself
+};
+
+struct ThreadObject {
+    explicit ThreadObject(const ThreadStart& theStart) noexcept : start(theStart) {}
+
+    const ThreadStart start; ///< all null for a thread that somebody else started
+    std::mutex mutex;        ///< guards everything below
+    std::condition_variable changed;
+    pthread_t native{};
+    uint32 users = 0; ///< open handles, and threads that wait
+    bool running = true;
+    JoinState join = JoinState::JOIN_NOBODY;
+    bool hasExitCode = false;
+    int exitCode = 0;
+    int priority = 0;
+    int inheritedPriority = 0; ///< the level of the thread that started this one, which the system hands on
+    int normalNice = 0;        ///< the nice value that stands for level 0
+    id_t systemID = 0;         ///< 0 while the thread does not run: the number may be another's
+};
+
+thread_local constinit ThreadObject* tCurrent = nullptr;
+
+ThreadObject* objectOf(ThreadHandle handle) noexcept {
+    return static_cast<ThreadObject*>(handle);
+}
+
+void destroy(ThreadObject* object) noexcept {
+    const ThreadStart start = object->start;
+    if (!start.release) {
+        delete object;
+        return;
+    }
+    object->~ThreadObject();
+    start.release(start.argument);
+}
+
+/// Levels stand for steps of the nice value; the system itself keeps the sum in its range.
+int niceOf(int priority) noexcept {
+    if (priority >= 15)
+        return -20;
+    if (priority <= -15)
+        return 19;
+    return std::clamp(priority, -2, 2) * -5;
+}
+
+/// The object's mutex is held. A refusal changes nothing: the level is a wish.
+void applyPriority(const ThreadObject& object) noexcept {
+    if (object.systemID != 0)
+        setpriority(PRIO_PROCESS, object.systemID, object.normalNice + niceOf(object.priority));
+}
+
+/// Begins and ends the calling thread's use of its object, also when the thread is ended from within.
+class Attendance {
+public:
+    explicit Attendance(ThreadObject& object) noexcept : mObject(object) {
+        tCurrent = &object;
+        const std::scoped_lock inside(object.mutex);
+        object.systemID = static_cast<id_t>(gettid());
+        if (object.priority != object.inheritedPriority)
+            applyPriority(object);
+    }
+    ~Attendance() {
+        tCurrent = nullptr;
+        bool isLast;
+        {
+            const std::scoped_lock inside(mObject.mutex);
+            mObject.running = false;
+            mObject.systemID = 0;
+            isLast = mObject.users == 0;
+            mObject.changed.notify_all();
+        }
+        if (isLast)
+            destroy(&mObject);
+    }
+    Attendance(const Attendance&) = delete;
+    Attendance& operator=(const Attendance&) = delete;
+
+private:
+    ThreadObject& mObject;
+};
+
+/// The attendance of a thread that somebody else started; over when the thread's own static objects go.
+struct ForeignAttendance {
+    std::optional<Attendance> attendance;
+    bool over = false;
+
+    ~ForeignAttendance() {
+        attendance.reset();
+        over = true;
+    }
+};
+
+thread_local ForeignAttendance tForeign;
+
+ThreadObject* attendForeignThread() noexcept {
+    if (tForeign.over)
+        return nullptr;
+    // From the global heap: it may outlive the library, as the main thread does.
+    auto* const object = new (std::nothrow) ThreadObject(ThreadStart{});
+    if (!object)
+        return nullptr;
+    object->normalNice = getpriority(PRIO_PROCESS, 0);
+    tForeign.attendance.emplace(*object);
+    return object;
+}
+
+void setOwnExitCode(int code) noexcept {
+    if (!tCurrent)
+        return;
+    const std::scoped_lock inside(tCurrent->mutex);
+    tCurrent->hasExitCode = true;
+    tCurrent->exitCode = code;
+}
+
+void publishName(const char* name) noexcept {
+    char shortened[16] = {};
+    std::strncpy(shortened, name, sizeof(shortened) - 1);
+    if (shortened[0] != '\0')
+        pthread_setname_np(pthread_self(), shortened);
+}
+
+void* runThread(void* argument) {
+    ThreadObject& object = *static_cast<ThreadObject*>(argument);
+    const Attendance attendance(object);
+    publishName(object.start.name);
+    setOwnExitCode(object.start.function(object.start.argument));
+    return nullptr;
+}
+
+void raiseStackSize(pthread_attr_t& attributes, std::size_t stackSize) noexcept {
+    std::size_t standard = 0;
+    pthread_attr_getstacksize(&attributes, &standard);
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    if (stackSize > standard)
+        pthread_attr_setstacksize(&attributes, (stackSize + page - 1) / page * page);
+}
+
+/// The mutex of the object is held, also on return.
+bool joinNatively(ThreadObject& object, std::unique_lock<std::mutex>& inside) {
+    struct Attempt {
+        ThreadObject& object;
+        std::unique_lock<std::mutex>& inside;
+        bool joined = false;
+
+        ~Attempt() {
+            inside.lock();
+            object.join = joined ? JoinState::JOIN_DONE : JoinState::JOIN_OPEN;
+            object.changed.notify_all();
+        }
+    };
+    object.join = JoinState::JOIN_BUSY;
+    inside.unlock();
+    Attempt attempt{object, inside};
+    attempt.joined = pthread_join(object.native, nullptr) == 0;
+    return attempt.joined;
+}
+
+/// Counts a handle or a waiting thread out. Nobody can join a thread that nobody knows any more.
+void removeUser(ThreadObject* object) noexcept {
+    bool isLast;
+    {
+        const std::scoped_lock inside(object->mutex);
+        if (object->users == 0)
+            return;
+        --object->users;
+        if (object->users == 0 && object->join == JoinState::JOIN_OPEN) {
+            object->join = JoinState::JOIN_NOBODY;
+            pthread_detach(object->native);
+        }
+        isLast = object->users == 0 && !object->running;
+    }
+    if (isLast)
+        destroy(object);
+}
+
+/// A thread that waits.
+class Visit {
+public:
+    explicit Visit(ThreadObject* object) noexcept : mObject(object) {
+        const std::scoped_lock inside(object->mutex);
+        ++object->users;
+    }
+    ~Visit() { removeUser(mObject); }
+    Visit(const Visit&) = delete;
+    Visit& operator=(const Visit&) = delete;
+
+private:
+    ThreadObject* mObject;
+};
+
+} // namespace
+
+std::size_t getThreadObjectSize() noexcept {
+    static_assert(alignof(ThreadObject) <= alignof(void*));
+    return sizeof(ThreadObject);
+}
+
+bool startThread(const ThreadStart& start, ThreadHandle& handle) noexcept {
+    auto* const object = ::new (start.memory) ThreadObject(start);
+    object->users = 1;
+    object->join = JoinState::JOIN_OPEN;
+    if (ThreadObject* const creator = tCurrent) {
+        const std::scoped_lock inside(creator->mutex);
+        object->inheritedPriority = creator->priority;
+        object->normalNice = creator->normalNice;
+    } else {
+        object->normalNice = getpriority(PRIO_PROCESS, 0);
+    }
+
+    pthread_attr_t attributes;
+    bool started = pthread_attr_init(&attributes) == 0;
+    if (started) {
+        raiseStackSize(attributes, start.stackSize);
+        // The new thread comes to this mutex first, and finds everything in place when it has passed.
+        const std::scoped_lock gate(object->mutex);
+        started = pthread_create(&object->native, &attributes, &runThread, object) == 0;
+        if (started)
+            handle = object;
+        pthread_attr_destroy(&attributes);
+    }
+    if (!started)
+        object->~ThreadObject();
+    return started;
+}
+
+void closeThread(ThreadHandle handle) noexcept {
+    removeUser(objectOf(handle));
+}
+
+ThreadHandle getCurrentThread() noexcept {
+    return tCurrent ? tCurrent : attendForeignThread();
+}
+
+int getCurrentThreadID() noexcept {
+    return gettid();
+}
+
+bool waitForThread(ThreadHandle handle) {
+    ThreadObject& object = *objectOf(handle);
+    if (&object == tCurrent)
+        return false;
+    const Visit visit(&object);
+    std::unique_lock inside(object.mutex);
+    for (;;) {
+        if (object.join == JoinState::JOIN_DONE || (object.join == JoinState::JOIN_NOBODY && !object.running))
+            return true;
+        if (object.join == JoinState::JOIN_OPEN)
+            return joinNatively(object, inside);
+        object.changed.wait(inside);
+    }
+}
+
+bool getThreadExitCode(ThreadHandle handle, int& code) noexcept {
+    ThreadObject& object = *objectOf(handle);
+    const std::scoped_lock inside(object.mutex);
+    if (object.hasExitCode)
+        code = object.exitCode;
+    return object.hasExitCode;
+}
+
+void exitThread(int code) {
+    setOwnExitCode(code);
+    pthread_exit(nullptr);
+}
+
+void resumeThreadEnd() {
+    try {
+        throw;
+    } catch (const abi::__forced_unwind&) {
+        throw;
+    } catch (...) {
+        return;
+    }
+}
+
+void setThreadPriority(ThreadHandle handle, int priority) noexcept {
+    ThreadObject& object = *objectOf(handle);
+    const std::scoped_lock inside(object.mutex);
+    object.priority = priority;
+    applyPriority(object);
+}
+
+int getThreadPriority(ThreadHandle handle) noexcept {
+    ThreadObject& object = *objectOf(handle);
+    const std::scoped_lock inside(object.mutex);
+    return object.priority;
+}
+
+void sleepThread(uint32 milliseconds) noexcept {
+    if (milliseconds == 0) {
+        sched_yield();
+        return;
+    }
+    timespec end{};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += static_cast<time_t>(milliseconds / 1000);
+    end.tv_nsec += static_cast<long>(milliseconds % 1000) * 1000000;
+    if (end.tv_nsec >= 1000000000) {
+        ++end.tv_sec;
+        end.tv_nsec -= 1000000000;
+    }
+    while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &end, nullptr) == EINTR) {
+    }
+}
+
+} // namespace Tarq::Common::Platform

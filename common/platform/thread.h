@@ -1,0 +1,61 @@
+#pragma once
+
+#include "common/types.h"
+
+#include <cstddef>
+
+namespace Tarq::Common::Platform {
+
+/// The system's threads. A thread object tells about one thread; it lives as long as the thread runs, a handle to it is
+/// open, or somebody waits for it.
+using ThreadHandle = void*;
+
+/// What a new thread does, and what the caller keeps for it.
+struct ThreadStart {
+    /// The body; what it returns is the exit code. It does not throw, but the end of the thread may pass through it.
+    int (*function)(void* argument);
+    void* argument;
+    /// Shown by the system's tools as far as it fits; unnamed when empty. Lasts until `release`.
+    const char* name;
+    /// At least this much stack; the platform's default if that is more.
+    std::size_t stackSize;
+    /// `getThreadObjectSize` bytes for the thread object, aligned for pointers.
+    void* memory;
+    /// Called once, on any thread, when neither `memory` nor `argument` nor `name` is needed any more.
+    void (*release)(void* argument);
+};
+
+std::size_t getThreadObjectSize() noexcept;
+
+/// Starts a thread and stores a handle to it, before the body runs. Returns false, and takes nothing over, if the
+/// system refuses.
+bool startThread(const ThreadStart& start, ThreadHandle& handle) noexcept;
+/// Closes a handle; the thread is not affected.
+void closeThread(ThreadHandle handle) noexcept;
+
+/// The thread object of the calling thread, also if somebody else started it; not to be closed, and valid as long as
+/// the thread runs. Null if there is no memory for one, or if the thread is all but over.
+ThreadHandle getCurrentThread() noexcept;
+/// The system's number for the calling thread.
+int getCurrentThreadID() noexcept;
+
+/// Waits without limit until the thread has ended. Returns false if it cannot, as on the thread itself.
+bool waitForThread(ThreadHandle handle);
+/// Reads the exit code of a thread that has ended. Returns false if it has none: it was cancelled, or the system that
+/// started it has it.
+bool getThreadExitCode(ThreadHandle handle, int& code) noexcept;
+
+/// Ends the calling thread. Destructors run; `catch (...)` sees it.
+[[noreturn]] void exitThread(int code);
+/// For use in `catch (...)`: lets the end of the thread go on, if it is what was caught; returns otherwise.
+void resumeThreadEnd();
+
+/// -15 (idle) to 15 (time-critical), 0 is normal. Applied as far as the process may.
+void setThreadPriority(ThreadHandle handle, int priority) noexcept;
+/// What was set last.
+int getThreadPriority(ThreadHandle handle) noexcept;
+
+/// Pauses the calling thread, interruptions not counted; 0 lets another thread run that is ready.
+void sleepThread(uint32 milliseconds) noexcept;
+
+} // namespace Tarq::Common::Platform
