@@ -220,18 +220,10 @@ private:
     /// A string that takes its first storage chooses where from, unless a constructor was told.
     void chooseAllocator() {
         if (!hasStorage() && !mChars.getAllocator())
-            BasicString(Library::getStringAlloc()).swap(*this);
+            mChars.mAllocator = Library::getStringAlloc();
     }
     /// The first contents of a new string: exactly as much storage as they need.
-    void fill(View text) {
-        if (text.empty())
-            return;
-        const size_type length = checkedLength(text.size());
-        chooseAllocator();
-        mChars.resizeForOverwrite(length + 1);
-        Traits::copy(mChars.data(), text.data(), length);
-        mChars[length] = Char();
-    }
+    void fill(View text);
     bool hasRoomFor(uint64 count) const noexcept { return mChars.size() + count <= mChars.capacity(); }
     /// Makes room for that many more characters.
     void grow(uint64 count);
@@ -246,6 +238,17 @@ private:
 
     Container::Vector<Char> mChars; ///< the characters and one NUL
 };
+
+template <class Char>
+void BasicString<Char>::fill(View text) {
+    if (text.empty())
+        return;
+    const size_type length = checkedLength(text.size());
+    chooseAllocator();
+    mChars.resizeForOverwrite(length + 1);
+    Traits::copy(mChars.data(), text.data(), length);
+    mChars[length] = Char();
+}
 
 template <class Char>
 void BasicString<Char>::resize(size_type count, Char c) {

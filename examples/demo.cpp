@@ -17,6 +17,7 @@
 #include "common/interface.h"
 #include "common/io/bufferedstream.h"
 #include "common/io/filestream.h"
+#include "common/io/ioexception.h"
 #include "common/library.h"
 #include "common/memory/memorystream.h"
 

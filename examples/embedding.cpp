@@ -1,9 +1,9 @@
 #include "common/interface.h"
 #include "common/io/filestream.h"
+#include "common/io/ioexception.h"
 #include "common/memory/memorystream.h"
 #include <cstdio>
 using namespace Tarq::Common;
-
 struct Assertions : Callback::AssertCallback { // the default one would end the process
     void showAssert(const char* message, const char* file, unsigned int line) override {
         std::fprintf(stderr, "%s:%u: %s\n", file, line, message);

@@ -2,6 +2,7 @@
 
 #include "common/debug/logmanager.h"
 #include "common/exceptions/argumentexception.h"
+#include "common/interface.h"
 #include "common/memory/memoryexception.h"
 
 #include "tests/memory/ledgerallocator.h"

@@ -3,18 +3,22 @@
 #include "common/debug/tarqmessagebox.h"
 #include "common/library.h"
 #include "common/memory/internal/managedblock.h"
+#include "common/platform/callstack.h"
 
 namespace Tarq::Common::Exceptions {
 
-Exception::Exception(const String& message)
+// The constructors and `operator new` are never inlined: their frames' ends tell which functions are not part of the
+// call stack.
+
+[[gnu::noinline]] Exception::Exception(const String& message)
     : mAllocator(Library::getExceptionAlloc()), mCallStack(Library::getDebugAlloc()),
       mMessage(message.view(), mAllocator) {
-    mCallStackRecord.capture(Library::getDebugAlloc());
+    mCallStackRecord.captureMaker(Library::getDebugAlloc(), this, Platform::getFrameEnd());
 }
 
-Exception::Exception(const char* message, const Memory::AllocatorPtr& allocator)
+[[gnu::noinline]] Exception::Exception(const char* message, const Memory::AllocatorPtr& allocator)
     : mAllocator(allocator), mCallStack(allocator), mMessage(String::View(message), allocator) {
-    mCallStackRecord.capture(allocator);
+    mCallStackRecord.captureMaker(allocator, this, Platform::getFrameEnd());
 }
 
 Exception::~Exception() {
@@ -88,8 +92,10 @@ void Exception::appendCallStack(String& text, CallStackListingOption option) con
     }
 }
 
-void* Exception::operator new(std::size_t size) {
-    return Memory::newManagedBlock(size, Library::getExceptionAlloc());
+[[gnu::noinline]] void* Exception::operator new(std::size_t size) {
+    void* const object = Memory::newManagedBlock(size, Library::getExceptionAlloc());
+    Debug::CallStackRecord::announce(object, Platform::getFrameEnd());
+    return object;
 }
 
 void Exception::operator delete(void* object) noexcept {

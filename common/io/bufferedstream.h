@@ -43,8 +43,8 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (mIsReading && isSingleRequest(numBytes) && end <= mFill) [[likely]] {
-            copyShort(dst, mBuffer + mCursor, numBytes);
+        if (mIsReading && isPlain(numBytes) && end <= mFill) [[likely]] {
+            copyPlain(dst, mBuffer + mCursor, numBytes);
             mCursor = static_cast<uint32>(end);
             return numBytes;
         }
@@ -54,8 +54,8 @@ public:
     /// Keeps the bytes until the buffer is full; that the stream below cannot be written is found out only then.
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (!mIsReading && isSingleRequest(numBytes) && end < mBufferSize) [[likely]] {
-            copyShort(mBuffer + mCursor, src, numBytes);
+        if (!mIsReading && isPlain(numBytes) && end < mBufferSize) [[likely]] {
+            copyPlain(mBuffer + mCursor, src, numBytes);
             mCursor = static_cast<uint32>(end);
             return;
         }
@@ -91,25 +91,21 @@ public:
 private:
     static constexpr uint64 cUnknown = ~uint64{0};
 
-    /// From 1 byte to 4 GiB - 1.
-    static bool isSingleRequest(uint64 numBytes) noexcept { return numBytes - 1 < 0xFFFFFFFF; }
-    /// The sizes of plain values are copied in place.
-    static void copyShort(void* dst, const void* src, uint64 numBytes) noexcept {
+    /// The sizes of plain values (1, 2, 4, 8) take the short way, without a call.
+    static bool isPlain(uint64 numBytes) noexcept { return numBytes - 1 < 8 && (numBytes & (numBytes - 1)) == 0; }
+    static void copyPlain(void* dst, const void* src, uint64 numBytes) noexcept {
         switch (numBytes) {
         case 1:
             std::memcpy(dst, src, 1);
-            return;
+            break;
         case 2:
             std::memcpy(dst, src, 2);
-            return;
+            break;
         case 4:
             std::memcpy(dst, src, 4);
-            return;
-        case 8:
-            std::memcpy(dst, src, 8);
-            return;
+            break;
         default:
-            std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
+            std::memcpy(dst, src, 8);
         }
     }
 

@@ -2,6 +2,7 @@
 
 #include "common/memory/internal/managedblock.h"
 #include "common/memory/internal/reserveallocator.h"
+#include "common/platform/callstack.h"
 
 namespace Tarq::Common::Memory {
 
@@ -19,8 +20,10 @@ String OutOfMemoryException::getExceptionName() const {
     return "OutOfMemoryException";
 }
 
-void* OutOfMemoryException::operator new(std::size_t size) {
-    return newManagedBlock(size, getReserveAllocator());
+[[gnu::noinline]] void* OutOfMemoryException::operator new(std::size_t size) {
+    void* const object = newManagedBlock(size, getReserveAllocator());
+    Debug::CallStackRecord::announce(object, Platform::getFrameEnd());
+    return object;
 }
 
 void OutOfMemoryException::operator delete(void* object) noexcept {

@@ -25,10 +25,11 @@ enum class SymbolSource : uint8 {
 
 /// A program or shared library in this process. What is unknown is empty or 0.
 struct ModuleInfo {
-    std::string mName; ///< the name of its file, without directories
-    std::string mFile; ///< the path of its file, as it was loaded
-    uint64 mBase = 0;  ///< the first address
-    uint64 mSize = 0;  ///< from the first address to the last
+    std::string mName;   ///< the name of its file, without directories
+    std::string mFile;   ///< the path of its file, as it was loaded
+    uint64 mBase = 0;    ///< the first address
+    uint64 mSize = 0;    ///< from the first address to the last
+    uint64 mVersion = 0; ///< of its file: four numbers of 16 bits, the first one in the highest
     SymbolSource mSource = SymbolSource::SYMBOLS_NONE;
 };
 
@@ -51,6 +52,7 @@ struct AddressInfo {
 /// The numbers under which failures are reported.
 enum SymbolError : uint32 {
     SYMBOL_ERROR_NONE = 0,
+    SYMBOL_ERROR_NO_MEMORY = 8,
     SYMBOL_ERROR_NOT_SUPPORTED = 50,
     SYMBOL_ERROR_NO_LIBRARY = 126,  ///< what reads debug information is not installed
     SYMBOL_ERROR_BAD_ADDRESS = 487, ///< nothing is known about this address

@@ -30,11 +30,13 @@ std::size_t getThreadObjectSize() noexcept;
 /// Starts a thread and stores a handle to it, before the body runs. Returns false, and takes nothing over, if the
 /// system refuses.
 bool startThread(const ThreadStart& start, ThreadHandle& handle) noexcept;
+/// Opens a handle that is good once more: it is to be closed once more.
+void openThread(ThreadHandle handle) noexcept;
 /// Closes a handle; the thread is not affected.
 void closeThread(ThreadHandle handle) noexcept;
 
-/// The thread object of the calling thread, also if somebody else started it; not to be closed, and valid as long as
-/// the thread runs. Null if there is no memory for one, or if the thread is all but over.
+/// The calling thread, also if somebody else started it: a handle that is good as long as the thread runs, and not
+/// open. Null if there is no memory for one, or if the thread is all but over.
 ThreadHandle getCurrentThread() noexcept;
 /// The system's number for the calling thread.
 int getCurrentThreadID() noexcept;

@@ -93,11 +93,13 @@ Thread::Thread(Threaded* object, const String& name, int stackSize) : mName(keep
 
 Thread::Thread(void* handle) : Thread(handle, "") {}
 
-Thread::Thread(void* handle, const char* name) : mHandle(handle), mPsydoInstance(true), mName(keepName<Name>(name)) {}
+Thread::Thread(void* handle, const char* name) : mHandle(handle), mPsydoInstance(true), mName(keepName<Name>(name)) {
+    if (mHandle != THREAD_INVALID_HANDLE)
+        Platform::openThread(mHandle);
+}
 
 Thread::~Thread() {
-    if (!mPsydoInstance)
-        closeHandle();
+    closeReleasedHandle(mHandle);
 }
 
 void Thread::start(int (*function)(void*), void* argument, Threaded* object, int stackSize) {
@@ -150,6 +152,8 @@ int Thread::getCurrentID() {
 }
 
 void* Thread::releaseHandle() {
+    if (mPsydoInstance)
+        closeReleasedHandle(mHandle);
     return std::exchange(mHandle, THREAD_INVALID_HANDLE);
 }
 

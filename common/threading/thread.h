@@ -19,8 +19,8 @@ inline constexpr void* THREAD_INVALID_HANDLE = nullptr;
 /// ended keeps its exit code as long as a handle to it is open. `join` does not close the handle, so it may be called
 /// again.
 ///
-/// A pseudo instance wraps a handle that it does not own. It is good as long as the thread runs or somebody else keeps
-/// a handle to it open.
+/// A pseudo instance wraps a handle that it does not own and does not close. It counts on its own: made while the
+/// thread runs or a handle to it is open, it stays good for as long as it exists.
 ///
 /// What a body throws ends its thread with the exit code `cNoExitCode` and is reported as an assertion.
 ///
@@ -31,8 +31,8 @@ inline constexpr void* THREAD_INVALID_HANDLE = nullptr;
 /// alive for as long, even if the library is closed before. Nothing is thrown.
 class TARQ_API Thread : public Memory::MemoryManaged {
 public:
-    /// Each level is a share of processor time. A process may always lower a thread; to raise one, also back to where it
-    /// was, most systems ask for a right that few processes have. A refusal is not reported. Values in between are
+    /// Each level is a share of processor time. A process may always lower a thread; to raise one, also back to where
+    /// it was, most systems ask for a right that few processes have. A refusal is not reported. Values in between are
     /// kept, and count as the next level towards normal.
     enum ThreadPriority : int {
         TPRIO_IDLE = -15,
@@ -69,7 +69,7 @@ public:
     static int getCurrentID();
 
     /// Returns the handle and forgets it: the caller now closes it, with `closeReleasedHandle`. What a pseudo instance
-    /// returns is still not the caller's.
+    /// returns still belongs to whom it belonged before.
     void* releaseHandle();
     /// Closes what `releaseHandle` has returned. Null is ignored.
     static void closeReleasedHandle(void* handle);

@@ -409,8 +409,8 @@ TEST_CASE_FIXTURE(LibraryTest,
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a read goes on until the end when the system delivers less at once") {
-    // The system hands this list out a few lines at a time.
-    FileStream stream("/proc/self/maps", FACCESS_READ, FMODE_OPEN);
+    // The system hands this list out a page at a time.
+    FileStream stream("/proc/self/smaps", FACCESS_READ, FMODE_OPEN);
     std::string lines(1 << 22, '\0');
     const uint64 count = stream.read(lines.data(), lines.size());
     CHECK(count > 4096);

@@ -1,7 +1,8 @@
 #include "common/callback/callbackallocator.h"
-#include "common/library.h"
+#include "common/interface.h"
 #include "common/memory/defaultallocator.h"
 #include "common/memory/freelistallocator.h"
+#include "common/memory/memoryexception.h"
 #include "common/memory/threadsafeallocator.h"
 
 #include "tests/memory/ledgerallocator.h"

@@ -1,5 +1,7 @@
 #include "common/memory/freelistallocator.h"
 
+#include "common/memory/memoryexception.h"
+
 #include "tests/memory/ledgerallocator.h"
 #include "tests/support/librarytest.h"
 

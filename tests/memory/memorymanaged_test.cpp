@@ -1,6 +1,8 @@
 #include "common/memory/memorymanaged.h"
 
+#include "common/callback/callbackptr.h"
 #include "common/library.h"
+#include "common/memory/memoryexception.h"
 
 #include "tests/memory/ledgerallocator.h"
 #include "tests/support/librarytest.h"

@@ -1,5 +1,6 @@
 #include "common/debug/logmanager.h"
 #include "common/exceptions/argumentexception.h"
+#include "common/interface.h"
 #include "common/library.h"
 #include "common/memory/allocate.h"
 #include "common/memory/memoryexception.h"

@@ -1,6 +1,7 @@
 #include "common/memory/staticstlallocator.h"
 
 #include "common/debug/report.h"
+#include "common/memory/memoryexception.h"
 
 #include "tests/memory/ledgerallocator.h"
 #include "tests/support/librarytest.h"

@@ -2,7 +2,8 @@
 #include "common/interface.h"
 
 #include <cstdio>
-#include <cstdlib>
+
+#include <cxxabi.h>
 
 using namespace Tarq::Common;
 
@@ -24,13 +25,13 @@ struct HostObject {
     ~HostObject() { Debug::ShowAssertMessage("the host's callback", "an object of the host", 1); }
 } gHostObject;
 
-void assertAfterEverything() {
+void assertAfterEverything(void*) {
     Debug::ShowAssertMessage("nobody is left", "after everything", 2);
 }
 
-// What is registered before any shared library has started runs after all of them have ended.
+// What is registered before any shared library has started, and for none of them, runs after all have ended.
 void registerFirst() {
-    std::atexit(&assertAfterEverything);
+    abi::__cxa_atexit(&assertAfterEverything, nullptr, nullptr);
 }
 [[gnu::section(".preinit_array"), gnu::used]] void (*gRegisterFirst)() = &registerFirst;
 

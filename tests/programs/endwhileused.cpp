@@ -1,4 +1,5 @@
 #include "common/debug/report.h"
+#include "common/exceptions/exception.h"
 #include "common/interface.h"
 #include "common/library.h"
 

@@ -2,7 +2,6 @@
 
 #include "common/string.h"
 
-#define DOCTEST_CONFIG_TREAT_CHAR_STAR_AS_STRING
 #include <doctest/doctest.h>
 
 /// doctest, and how it shows the library's texts.

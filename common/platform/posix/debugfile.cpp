@@ -159,11 +159,10 @@ DebugFile::Symbol DebugFile::findSymbol(Elf* elf, Dwarf_Addr address) const {
         if (!mDw.gelf_getshdr(section, &header) || header.sh_type != SHT_SYMTAB)
             continue;
         Elf_Data* const data = mDw.elf_getdata(section, nullptr);
-        const std::size_t count = data && header.sh_entsize != 0 ? data->d_size / header.sh_entsize : 0;
-        for (std::size_t at = 0; at < count; ++at) {
-            GElf_Sym symbol{};
-            if (!mDw.gelf_getsym(data, static_cast<int>(at), &symbol) || GELF_ST_TYPE(symbol.st_info) != STT_FUNC ||
-                symbol.st_shndx == SHN_UNDEF || address - symbol.st_value >= symbol.st_size)
+        GElf_Sym symbol{};
+        for (int at = 0; data && mDw.gelf_getsym(data, at, &symbol); ++at) {
+            if (GELF_ST_TYPE(symbol.st_info) != STT_FUNC || symbol.st_shndx == SHN_UNDEF ||
+                address - symbol.st_value >= symbol.st_size)
                 continue;
             const bool isGlobal = GELF_ST_BIND(symbol.st_info) == STB_GLOBAL;
             if (symbol.st_size > bestSize || (symbol.st_size == bestSize && (isBestGlobal || !isGlobal)))
@@ -227,7 +226,7 @@ void DebugFile::describeCall(Dwarf_Die& unit, Dwarf_Die& inlined, FunctionInfo& 
     Dwarf_Word file = 0;
     Dwarf_Word line = 0;
     if (readNumber(inlined, DW_AT_call_file, file) && mDw.dwarf_getsrcfiles(&unit, &files, &count) == 0)
-        function.mFile = textOr(mDw.dwarf_filesrc(files, file, nullptr, nullptr), "");
+        function.mFile = textOr(mDw.dwarf_filesrc(files, static_cast<std::size_t>(file), nullptr, nullptr), "");
     if (readNumber(inlined, DW_AT_call_line, line))
         function.mLine = static_cast<uint32>(line);
 }

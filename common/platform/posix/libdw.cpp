@@ -20,7 +20,8 @@ bool bind(void* library, const char* name, Function& function) noexcept {
 }
 
 bool bindAll(void* library, Libdw& dw) noexcept {
-    return bind(library, "elf_version", dw.elf_version) && bind(library, "elf_begin", dw.elf_begin) &&
+    return bind(library, "elf_version", dw.elf_version) && bind(library, "elf_errno", dw.elf_errno) &&
+           bind(library, "dwarf_errno", dw.dwarf_errno) && bind(library, "elf_begin", dw.elf_begin) &&
            bind(library, "elf_cntl", dw.elf_cntl) && bind(library, "elf_end", dw.elf_end) &&
            bind(library, "elf_nextscn", dw.elf_nextscn) && bind(library, "elf_getdata", dw.elf_getdata) &&
            bind(library, "elf_strptr", dw.elf_strptr) && bind(library, "gelf_getshdr", dw.gelf_getshdr) &&
@@ -39,11 +40,9 @@ bool bindAll(void* library, Libdw& dw) noexcept {
            bind(library, "dwarf_formstring", dw.dwarf_formstring) &&
            bind(library, "dwarf_formudata", dw.dwarf_formudata) &&
            bind(library, "dwarf_formref_die", dw.dwarf_formref_die) &&
-           bind(library, "dwarf_getsrc_die", dw.dwarf_getsrc_die) &&
-           bind(library, "dwarf_linesrc", dw.dwarf_linesrc) && bind(library, "dwarf_lineno", dw.dwarf_lineno) &&
-           bind(library, "dwarf_lineaddr", dw.dwarf_lineaddr) &&
-           bind(library, "dwarf_getsrcfiles", dw.dwarf_getsrcfiles) &&
-           bind(library, "dwarf_filesrc", dw.dwarf_filesrc);
+           bind(library, "dwarf_getsrc_die", dw.dwarf_getsrc_die) && bind(library, "dwarf_linesrc", dw.dwarf_linesrc) &&
+           bind(library, "dwarf_lineno", dw.dwarf_lineno) && bind(library, "dwarf_lineaddr", dw.dwarf_lineaddr) &&
+           bind(library, "dwarf_getsrcfiles", dw.dwarf_getsrcfiles) && bind(library, "dwarf_filesrc", dw.dwarf_filesrc);
 }
 
 /// Null: not tried yet. Once set, it stays for the life of the process.
@@ -74,7 +73,13 @@ const Libdw* openLibdw() noexcept {
         else if (loaded != &cMissing)
             delete loaded;
     }
-    return dw == &cMissing ? nullptr : dw;
+    if (dw == &cMissing)
+        return nullptr;
+    // Variables of a thread in a library that was opened late are made at their first use, which may wait for the
+    // loader. Every function there uses these two; from now on none waits.
+    dw->elf_errno();
+    dw->dwarf_errno();
+    return dw;
 }
 
 } // namespace Tarq::Common::Platform

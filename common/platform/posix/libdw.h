@@ -16,6 +16,8 @@ namespace Tarq::Common::Platform {
 /// Its functions, under their own names.
 struct Libdw {
     decltype(&::elf_version) elf_version;
+    decltype(&::elf_errno) elf_errno;
+    decltype(&::dwarf_errno) dwarf_errno;
     decltype(&::elf_begin) elf_begin;
     decltype(&::elf_cntl) elf_cntl;
     decltype(&::elf_end) elf_end;
@@ -51,7 +53,8 @@ struct Libdw {
     decltype(&::dwarf_filesrc) dwarf_filesrc;
 };
 
-/// Opens the library at the first call; null when it is not there. It is never closed again.
+/// Opens the library at the first call, and makes it ready for the calling thread; null when it is not there. It is
+/// never closed again.
 ///
 /// Call this while holding no lock: it may wait for the loader, which runs code of modules meanwhile.
 const Libdw* openLibdw() noexcept;

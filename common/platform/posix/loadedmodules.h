@@ -20,8 +20,8 @@ struct LoadCounts {
 };
 
 struct LoadedModule {
-    std::string file;    ///< as it was given to the loader; the program's is absolute
-    uint64 bias = 0;     ///< what is added to the addresses in the file
+    std::string file; ///< as it was given to the loader; the program's is absolute
+    uint64 bias = 0;  ///< what is added to the addresses in the file
     uint64 begin = 0;
     uint64 end = 0;
     std::string buildId; ///< the bytes that identify the contents of the file; empty when it was linked without

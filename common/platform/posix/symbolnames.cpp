@@ -20,7 +20,8 @@ constexpr std::string_view cOperator = "operator";
 /// Whether the word "operator" stands at `position`: what follows names it, with brackets that are none.
 bool isOperatorAt(std::string_view text, std::size_t position) noexcept {
     const std::string_view rest = text.substr(position);
-    return rest.starts_with(cOperator) && (rest.size() == cOperator.size() || !isNameCharacter(rest[cOperator.size()])) &&
+    return rest.starts_with(cOperator) &&
+           (rest.size() == cOperator.size() || !isNameCharacter(rest[cOperator.size()])) &&
            (position == 0 || !isNameCharacter(text[position - 1]));
 }
 

@@ -6,13 +6,33 @@
 
 #include <algorithm>
 #include <atomic>
+#include <charconv>
 #include <memory>
 #include <mutex>
 #include <new>
+#include <string_view>
 
 namespace Tarq::Common::Platform {
 
 namespace {
+
+/// Reads the numbers that a library's file name ends with: "libtarq.so.1.2.3".
+uint64 readFileVersion(std::string_view name) noexcept {
+    constexpr std::string_view cLabel = ".so.";
+    const std::size_t label = name.rfind(cLabel);
+    if (label == std::string_view::npos)
+        return 0;
+    name.remove_prefix(label + cLabel.size());
+    uint64 version = 0;
+    for (int shift = 48; shift >= 0 && !name.empty(); shift -= 16) {
+        uint16 number = 0;
+        const char* const end = std::from_chars(name.data(), name.data() + name.size(), number).ptr;
+        version |= uint64{number} << shift;
+        name.remove_prefix(static_cast<std::size_t>(end - name.data()));
+        name.remove_prefix(std::min<std::size_t>(name.size(), 1));
+    }
+    return version;
+}
 
 ModuleInfo makeModuleInfo(const LoadedModule& loaded) {
     ModuleInfo module;
@@ -20,6 +40,7 @@ ModuleInfo makeModuleInfo(const LoadedModule& loaded) {
     module.mFile = loaded.file;
     module.mBase = loaded.begin;
     module.mSize = loaded.end - loaded.begin;
+    module.mVersion = readFileVersion(module.mName);
     return module;
 }
 
@@ -146,7 +167,8 @@ std::vector<ModuleInfo> listModules() noexcept {
     try {
         for (const LoadedModule& loaded : listLoadedModules()) {
             modules.push_back(makeModuleInfo(loaded));
-            modules.back().mSource = canReadDebugInfo() ? SymbolSource::SYMBOLS_DEFERRED : SymbolSource::SYMBOLS_EXPORTED;
+            modules.back().mSource =
+                canReadDebugInfo() ? SymbolSource::SYMBOLS_DEFERRED : SymbolSource::SYMBOLS_EXPORTED;
         }
     } catch (const std::bad_alloc&) {
         // The last ones are missing.

@@ -182,7 +182,12 @@ bool joinNatively(ThreadObject& object, std::unique_lock<std::mutex>& inside) {
     return attempt.joined;
 }
 
-/// Counts a handle or a waiting thread out. Nobody can join a thread that nobody knows any more.
+void addUser(ThreadObject* object) noexcept {
+    const std::scoped_lock inside(object->mutex);
+    ++object->users;
+}
+
+/// Nobody can join a thread that nobody knows any more.
 void removeUser(ThreadObject* object) noexcept {
     bool isLast;
     {
@@ -203,10 +208,7 @@ void removeUser(ThreadObject* object) noexcept {
 /// A thread that waits.
 class Visit {
 public:
-    explicit Visit(ThreadObject* object) noexcept : mObject(object) {
-        const std::scoped_lock inside(object->mutex);
-        ++object->users;
-    }
+    explicit Visit(ThreadObject* object) noexcept : mObject(object) { addUser(object); }
     ~Visit() { removeUser(mObject); }
     Visit(const Visit&) = delete;
     Visit& operator=(const Visit&) = delete;
@@ -248,6 +250,10 @@ bool startThread(const ThreadStart& start, ThreadHandle& handle) noexcept {
     if (!started)
         object->~ThreadObject();
     return started;
+}
+
+void openThread(ThreadHandle handle) noexcept {
+    addUser(objectOf(handle));
 }
 
 void closeThread(ThreadHandle handle) noexcept {
