@@ -48,7 +48,8 @@ template <class Pointer>
 void copyAndDrop(benchmark::State& state) {
     Pointer pointer = makePointer<Pointer>();
     {
-        const Pointer copy(pointer);
+        Pointer copy(pointer);
+        benchmark::DoNotOptimize(copy);
         check(ownersOf(pointer) == 2, "a copy does not count");
     }
     for (auto _ : state) {

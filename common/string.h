@@ -36,6 +36,8 @@ struct CharacterTraits : std::char_traits<Char> {
 /// throws `std::out_of_range`; exhaustion throws `Memory::OutOfMemoryException`. Arguments may be part of the string.
 template <class Char>
 class BasicString {
+    using Chars = Container::Vector<Char>;
+
 public:
     using Traits = CharacterTraits<Char>;
     using View = std::basic_string_view<Char>;
@@ -59,14 +61,18 @@ public:
     /// What the finding functions return for "nowhere", and the count that means "to the end".
     static constexpr size_type npos = 0xFFFFFFFF;
 
-    BasicString() noexcept : BasicString(Memory::AllocatorPtr()) {}
-    BasicString(const Char* text) : BasicString() { fill(Text(text)); }
-    BasicString(const Char* text, size_type length) : BasicString() { fill(View(text, length)); }
-    explicit BasicString(View text) : BasicString() { fill(text); }
-    BasicString(View text, const Memory::AllocatorPtr& allocator) : BasicString(allocator) { fill(text); }
+    BasicString() noexcept : mChars(cNoText) {}
+    [[gnu::always_inline]] BasicString(const Char* text) : mChars(makeChars(Text(text))) {}
+    BasicString(const Char* text, size_type length) : mChars(makeChars(View(text, length))) {}
+    explicit BasicString(View text) : mChars(makeChars(text)) {}
+    BasicString(View text, const Memory::AllocatorPtr& allocator) : mChars(makeChars(text, allocator)) {}
     BasicString(size_type count, Char c) : BasicString() { append(count, c); }
-    BasicString(const BasicString& other) : BasicString() { fill(other.view()); }
+    [[gnu::always_inline]] BasicString(const BasicString& other) : mChars(makeChars(other.view())) {}
     BasicString(BasicString&& other) noexcept : BasicString() { swap(other); }
+    [[gnu::always_inline]] ~BasicString() {
+        if (hasStorage())
+            releaseChars();
+    }
 
     BasicString& operator=(const BasicString& other) { return assign(other); }
     BasicString& operator=(BasicString&& other) noexcept {
@@ -84,7 +90,7 @@ public:
     size_type size() const noexcept { return length(); }
     bool empty() const noexcept { return mChars.size() == 1; }
     size_type capacity() const noexcept { return hasStorage() ? mChars.capacity() - 1 : 0; }
-    static constexpr size_type max_size() noexcept { return Container::Vector<Char>::max_size() - 1; }
+    static constexpr size_type max_size() noexcept { return Chars::max_size() - 1; }
     View view() const noexcept { return View(c_str(), length()); }
     operator View() const noexcept { return view(); }
 
@@ -113,7 +119,12 @@ public:
         chooseAllocator();
         mChars.reserve(checkedLength(count) + 1);
     }
-    void resize(size_type count, Char c = Char());
+    void resize(size_type count, Char c = Char()) {
+        if (count > length())
+            append(count - length(), c);
+        else if (count < length())
+            setLength(count);
+    }
     /// Keeps the storage.
     void clear() noexcept {
         if (hasStorage())
@@ -199,6 +210,9 @@ public:
 
 private:
     static constexpr Char cNul = Char();
+    static constexpr typename Chars::Fixed cNoText{&cNul, 1};
+    /// The first growth by appending makes room for more than is needed.
+    static constexpr uint64 cSmallestGrowth = 16;
 
     static size_type narrow(std::size_t position) noexcept {
         return position == View::npos ? npos : static_cast<size_type>(position);
@@ -213,7 +227,10 @@ private:
     [[noreturn]] static size_type throwOutOfRange() { throw std::out_of_range("string position out of range"); }
     static BasicString concatenate(View a, View b);
 
-    explicit BasicString(const Memory::AllocatorPtr& allocator) noexcept : mChars(allocator, {&cNul, 1}) {}
+    /// The contents of a new string, in exactly as much storage as they need.
+    static Chars makeChars(View text);
+    static Chars makeChars(View text, const Memory::AllocatorPtr& allocator);
+    void releaseChars() noexcept;
 
     /// Without it, the characters are the fixed NUL, which is never written to.
     bool hasStorage() const noexcept { return mChars.capacity() != 0; }
@@ -222,40 +239,40 @@ private:
         if (!hasStorage() && !mChars.getAllocator())
             mChars.mAllocator = Library::getStringAlloc();
     }
-    /// The first contents of a new string: exactly as much storage as they need.
-    void fill(View text);
     bool hasRoomFor(uint64 count) const noexcept { return mChars.size() + count <= mChars.capacity(); }
     /// Makes room for that many more characters.
     void grow(uint64 count);
     void setLength(size_type length) noexcept {
-        mChars.resizeForOverwrite(length + 1);
-        mChars[length] = Char();
+        mChars.mEnd = mChars.mBegin + length + 1;
+        mChars.back() = Char();
     }
     bool isInside(View text) const noexcept {
         return !std::less<const Char*>()(text.data(), mChars.begin()) &&
                std::less<const Char*>()(text.data(), mChars.end());
     }
 
-    Container::Vector<Char> mChars; ///< the characters and one NUL
+    Chars mChars; ///< the characters and one NUL
 };
 
 template <class Char>
-void BasicString<Char>::fill(View text) {
-    if (text.empty())
-        return;
-    const size_type length = checkedLength(text.size());
-    chooseAllocator();
-    mChars.resizeForOverwrite(length + 1);
-    Traits::copy(mChars.data(), text.data(), length);
-    mChars[length] = Char();
+auto BasicString<Char>::makeChars(View text) -> Chars {
+    return text.empty() ? Chars(cNoText) : makeChars(text, Library::getStringAlloc());
 }
 
 template <class Char>
-void BasicString<Char>::resize(size_type count, Char c) {
-    if (count > length())
-        append(count - length(), c);
-    else if (count < length())
-        setLength(count);
+auto BasicString<Char>::makeChars(View text, const Memory::AllocatorPtr& allocator) -> Chars {
+    if (text.empty())
+        return Chars(cNoText, allocator);
+    const size_type length = checkedLength(text.size());
+    Char* const storage = Chars::takeStorage(allocator, length + 1);
+    Traits::copy(storage, text.data(), length);
+    storage[length] = Char();
+    return Chars(allocator, storage, length + 1);
+}
+
+template <class Char>
+void BasicString<Char>::releaseChars() noexcept {
+    Chars(cNoText).swap(mChars);
 }
 
 template <class Char>
@@ -263,7 +280,7 @@ BasicString<Char>& BasicString<Char>::assign(Text text) {
     if (text.size() > capacity()) {
         // The new text may be part of the old one, which stays until the copy is made.
         chooseAllocator();
-        BasicString(text, mChars.getAllocator()).swap(*this);
+        makeChars(text, mChars.getAllocator()).swap(mChars);
     } else if (hasStorage()) {
         Traits::move(mChars.data(), text.data(), text.size());
         setLength(static_cast<size_type>(text.size()));
@@ -301,7 +318,7 @@ template <class Char>
 void BasicString<Char>::grow(uint64 count) {
     const size_type newLength = checkedLength(length() + count);
     chooseAllocator();
-    mChars.reserve(mChars.grownCapacity(uint64{newLength} + 1));
+    mChars.reserve(mChars.grownCapacity(std::max(uint64{newLength} + 1, cSmallestGrowth)));
 }
 
 template <class Char>
@@ -319,7 +336,7 @@ BasicString<Char>& BasicString<Char>::replace(size_type position, size_type coun
     const View old = view();
     const View head = old.substr(0, checkedPosition(position));
     const View tail = old.substr(position + std::min(count, length() - position));
-    BasicString result(mChars.getAllocator());
+    BasicString result(View(), mChars.getAllocator());
     result.reserve(checkedLength(uint64{head.size()} + text.size() + tail.size()));
     result.append(head).append(text).append(tail);
     swap(result);

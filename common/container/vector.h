@@ -258,11 +258,15 @@ private:
     };
     /// Starts out on fixed elements. They have no capacity: nothing writes to them, gives them back or destroys them,
     /// and the first growth copies them.
-    Vector(const Memory::AllocatorPtr& allocator, Fixed fixed) noexcept
+    explicit Vector(Fixed fixed, const Memory::AllocatorPtr& allocator = Memory::AllocatorPtr()) noexcept
         : mAllocator(allocator), mBegin(const_cast<T*>(fixed.elements)), mEnd(mBegin + fixed.count),
           mCapacityEnd(mBegin) {
         static_assert(std::is_trivially_copyable_v<T>);
     }
+
+    /// Takes over storage that is full of elements.
+    Vector(const Memory::AllocatorPtr& allocator, T* storage, size_type count) noexcept
+        : mAllocator(allocator), mBegin(storage), mEnd(storage + count), mCapacityEnd(mEnd) {}
 
     /// A constructor that fails has no destructor to give its storage back.
     template <class Fill>
@@ -293,9 +297,9 @@ private:
         const uint64 grown = uint64{capacity()} + capacity() / 2;
         return std::max(checkedSize(needed), static_cast<size_type>(std::min<uint64>(grown, max_size())));
     }
-    T* takeStorage(size_type count) const {
+    static T* takeStorage(const Memory::AllocatorPtr& allocator, size_type count) {
         static_assert(alignof(T) <= 8, "allocators align to 8");
-        return static_cast<T*>(Memory::allocateBytes(mAllocator, std::size_t{count} * sizeof(T)));
+        return static_cast<T*>(Memory::allocateBytes(allocator, std::size_t{count} * sizeof(T)));
     }
 
     /// Moves elements to new storage; copies them where a move could fail half-way. On failure nothing has changed.
@@ -317,7 +321,7 @@ private:
     }
     void reallocate(size_type newCapacity) {
         const size_type count = size();
-        T* const storage = newCapacity != 0 ? takeStorage(newCapacity) : nullptr;
+        T* const storage = newCapacity != 0 ? takeStorage(mAllocator, newCapacity) : nullptr;
         try {
             relocate(mBegin, mEnd, storage);
         } catch (...) {
@@ -331,7 +335,7 @@ private:
     [[gnu::noinline]] T& emplaceGrown(Arguments&&... arguments) {
         const size_type count = size();
         const size_type newCapacity = grownCapacity(uint64{count} + 1);
-        T* const storage = takeStorage(newCapacity);
+        T* const storage = takeStorage(mAllocator, newCapacity);
         T* made = nullptr;
         try {
             made = std::construct_at(storage + count, std::forward<Arguments>(arguments)...);

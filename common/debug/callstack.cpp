@@ -18,20 +18,23 @@ namespace {
 struct Announcement {
     const void* object = nullptr;
     const void* end = nullptr;
+    const void* maker = nullptr;
 };
 
 constinit thread_local Announcement tAnnouncement;
 
 } // namespace
 
-void CallStackRecord::announce(const void* object, const void* ownEnd) noexcept {
-    tAnnouncement = {object, ownEnd};
+void CallStackRecord::announce(const void* object, const void* ownEnd, const void* returnAddress) noexcept {
+    tAnnouncement = {object, ownEnd, returnAddress};
 }
 
 void CallStackRecord::captureMaker(const Memory::AllocatorPtr& allocator, const void* object,
                                    const void* ownEnd) noexcept {
     const Announcement announcement = std::exchange(tAnnouncement, Announcement());
-    capture(allocator, announcement.object == object ? announcement.end : ownEnd);
+    const bool isAnnounced = announcement.object == object;
+    capture(allocator, isAnnounced ? announcement.end : ownEnd);
+    mMaker = isAnnounced ? announcement.maker : nullptr;
 }
 
 void CallStackRecord::capture(const Memory::AllocatorPtr& allocator, const void* innerEnd) noexcept {
@@ -53,10 +56,11 @@ void CallStackRecord::capture(const Memory::AllocatorPtr& allocator, const void*
 void CallStackRecord::release() noexcept {
     Memory::releaseBytes(mAllocator, std::exchange(mAddresses, nullptr));
     mCount = 0;
+    mMaker = nullptr;
 }
 
 void CallStackRecord::resolve(CallStack& callStack) const noexcept {
-    CaptureStackWalker(callStack).showRecorded(std::span<void* const>(mAddresses, mCount));
+    CaptureStackWalker(callStack).showRecorded({mAddresses, mCount}, mMaker);
 }
 
 } // namespace Tarq::Common::Debug

@@ -42,8 +42,9 @@ public:
     /// constructors, if the object's `operator new` has called `announce`. If not, `ownEnd` counts, the frame end of
     /// the constructor that calls this.
     void captureMaker(const Memory::AllocatorPtr& allocator, const void* object, const void* ownEnd) noexcept;
-    /// Tells that `object` is about to be constructed on this thread. `ownEnd` is the frame end of its `operator new`.
-    static void announce(const void* object, const void* ownEnd) noexcept;
+    /// Tells that `object` is about to be constructed on this thread. `ownEnd` is the frame end of its `operator new`,
+    /// and `returnAddress` where that returns to.
+    static void announce(const void* object, const void* ownEnd, const void* returnAddress) noexcept;
 
     bool isEmpty() const noexcept { return mCount == 0; }
 
@@ -57,6 +58,7 @@ private:
     Memory::AllocatorPtr mAllocator;
     void** mAddresses = nullptr;
     uint32 mCount = 0;
+    const void* mMaker = nullptr; ///< an address in the function that says `new`; null when unknown
 };
 
 } // namespace Tarq::Common::Debug

@@ -12,7 +12,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <new>
+#include <ranges>
 #include <string_view>
+#include <vector>
 
 namespace Tarq::Common::Debug {
 
@@ -43,8 +45,21 @@ uint32 symbolTypeOf(Platform::SymbolSource source) noexcept {
     return 0;
 }
 
+uint64 addressOf(const void* pointer) noexcept {
+    return reinterpret_cast<uintptr_t>(pointer);
+}
+
 const void* pointerOf(uint64 address) noexcept {
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
+}
+
+/// Leaves those functions that enclose both places; both are in the code of one function.
+void keepCommonFunctions(std::vector<Platform::FunctionInfo>& functions,
+                         const std::vector<Platform::FunctionInfo>& others) {
+    const auto ends = std::ranges::mismatch(functions | std::views::reverse, others | std::views::reverse, {},
+                                            &Platform::FunctionInfo::mName, &Platform::FunctionInfo::mName);
+    if (ends.in1 != functions.rbegin())
+        functions.erase(functions.begin(), ends.in1.base());
 }
 
 } // namespace
@@ -59,9 +74,9 @@ public:
     uint32 next(Frame& frame) override {
         if (mNext == mAddresses.size())
             return Platform::SYMBOL_ERROR_BAD_ADDRESS;
-        frame.mProgramCounter = reinterpret_cast<uintptr_t>(mAddresses[mNext]);
+        frame.mProgramCounter = addressOf(mAddresses[mNext]);
         ++mNext;
-        frame.mReturnAddress = mNext == mAddresses.size() ? 0 : reinterpret_cast<uintptr_t>(mAddresses[mNext]);
+        frame.mReturnAddress = mNext == mAddresses.size() ? 0 : addressOf(mAddresses[mNext]);
         frame.mStackAddress = mNext;
         return 0;
     }
@@ -95,12 +110,12 @@ StackWalker::~StackWalker() = default;
 
 bool StackWalker::ShowCallstack(FrameSource& source) {
     loadOnce();
-    return walk(source);
+    return walk(source, nullptr);
 }
 
-bool StackWalker::showRecorded(std::span<void* const> returnAddresses) {
+bool StackWalker::showRecorded(std::span<void* const> returnAddresses, const void* maker) {
     RecordedFrames frames(returnAddresses);
-    return returnAddresses.empty() || walk(frames);
+    return returnAddresses.empty() || walk(frames, maker);
 }
 
 void StackWalker::loadOnce() {
@@ -131,7 +146,7 @@ void StackWalker::loadOnce() {
     }
 }
 
-bool StackWalker::walk(FrameSource& source) {
+bool StackWalker::walk(FrameSource& source, const void* maker) {
     FrameRecord record;
     Frame previous;
     for (FrameKind kind = FRAME_FIRST;; kind = FRAME_FURTHER) {
@@ -148,7 +163,7 @@ bool StackWalker::walk(FrameSource& source) {
             OnDbgHelpErr("StackWalk64-Endless-Callstack!", 0, frame.mProgramCounter);
             return false;
         }
-        showFrame(kind, frame, record);
+        showFrame(kind, frame, kind == FRAME_FIRST ? maker : nullptr, record);
         if (frame.mReturnAddress == 0) {
             OnCallstackEntry(FRAME_LAST, record);
             return true;
@@ -157,7 +172,7 @@ bool StackWalker::walk(FrameSource& source) {
     }
 }
 
-void StackWalker::showFrame(FrameKind kind, const Frame& frame, FrameRecord& record) {
+void StackWalker::showFrame(FrameKind kind, const Frame& frame, const void* maker, FrameRecord& record) {
     record = FrameRecord();
     record.mAddress = frame.mProgramCounter;
     if (frame.mProgramCounter == 0) {
@@ -166,6 +181,8 @@ void StackWalker::showFrame(FrameKind kind, const Frame& frame, FrameRecord& rec
     }
     // Behind a call that never returns, another function may begin.
     Platform::AddressInfo info = Platform::resolveAddress(frame.mProgramCounter - (frame.mIsBehindCall ? 1 : 0));
+    if (maker)
+        keepCommonFunctions(info.mFunctions, Platform::resolveAddress(addressOf(maker) - 1).mFunctions);
     if (mOptions & OPTION_MODULE)
         fillModule(info.mModule, record);
     static const Platform::FunctionInfo cUnknown;

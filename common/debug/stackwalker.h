@@ -100,7 +100,10 @@ public:
 protected:
     /// Walks return addresses that were recorded earlier, the innermost first. Unlike the first `ShowCallstack` of a
     /// walker, it tells neither `OnSymInit` nor `OnLoadModule`.
-    bool showRecorded(std::span<void* const> returnAddresses);
+    ///
+    /// `maker` is null, or another address in the first function: what the compiler put into it at the first return
+    /// address only is left out.
+    bool showRecorded(std::span<void* const> returnAddresses, const void* maker = nullptr);
 
     /// Before the first walk: where symbols are looked for, how, and for whom.
     virtual void OnSymInit(const char* searchPath, uint32 symbolOptions, const char* userName);
@@ -121,8 +124,8 @@ private:
     class RecordedFrames;
 
     void loadOnce();
-    bool walk(FrameSource& source);
-    void showFrame(FrameKind kind, const Frame& frame, FrameRecord& record);
+    bool walk(FrameSource& source, const void* maker);
+    void showFrame(FrameKind kind, const Frame& frame, const void* maker, FrameRecord& record);
     void showFunction(FrameKind kind, const Platform::FunctionInfo& function, FrameRecord& record);
     void fillModule(const Platform::ModuleInfo& module, FrameRecord& record);
     [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);

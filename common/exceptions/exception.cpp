@@ -94,7 +94,7 @@ void Exception::appendCallStack(String& text, CallStackListingOption option) con
 
 [[gnu::noinline]] void* Exception::operator new(std::size_t size) {
     void* const object = Memory::newManagedBlock(size, Library::getExceptionAlloc());
-    Debug::CallStackRecord::announce(object, Platform::getFrameEnd());
+    Debug::CallStackRecord::announce(object, Platform::getFrameEnd(), Platform::getReturnAddress());
     return object;
 }
 

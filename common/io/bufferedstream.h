@@ -11,8 +11,8 @@ namespace Tarq::Common::IO {
 /// one call below per buffer.
 ///
 /// It reads or it writes, and changes over at the first read after writes and the first write after reads, handing the
-/// buffer on. Until then written bytes are pending: they are part of the stream below, and of `getLength`, only when the
-/// buffer is full or handed on.
+/// buffer on. Until then written bytes are pending: they are part of the stream below, and of `getLength`, only when
+/// the buffer is full or handed on.
 ///
 /// Failures: what the stream below throws passes on unchanged. When it refuses pending bytes, those are given up, since
 /// nobody knows how many of them arrived, and none is ever written twice; the exception is the notice of that. Whoever
@@ -43,8 +43,8 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (mIsReading && isPlain(numBytes) && end <= mFill) [[likely]] {
-            copyPlain(dst, mBuffer + mCursor, numBytes);
+        if (mIsReading && isSingleRequest(numBytes) && end <= mFill) [[likely]] {
+            copy(dst, mBuffer + mCursor, numBytes);
             mCursor = static_cast<uint32>(end);
             return numBytes;
         }
@@ -54,8 +54,8 @@ public:
     /// Keeps the bytes until the buffer is full; that the stream below cannot be written is found out only then.
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (!mIsReading && isPlain(numBytes) && end < mBufferSize) [[likely]] {
-            copyPlain(mBuffer + mCursor, src, numBytes);
+        if (!mIsReading && isSingleRequest(numBytes) && end < mBufferSize) [[likely]] {
+            copy(mBuffer + mCursor, src, numBytes);
             mCursor = static_cast<uint32>(end);
             return;
         }
@@ -91,21 +91,25 @@ public:
 private:
     static constexpr uint64 cUnknown = ~uint64{0};
 
-    /// The sizes of plain values (1, 2, 4, 8) take the short way, without a call.
-    static bool isPlain(uint64 numBytes) noexcept { return numBytes - 1 < 8 && (numBytes & (numBytes - 1)) == 0; }
-    static void copyPlain(void* dst, const void* src, uint64 numBytes) noexcept {
+    /// From 1 byte to 4 GiB - 1.
+    static bool isSingleRequest(uint64 numBytes) noexcept { return numBytes - 1 < 0xFFFFFFFF; }
+    /// Copies the sizes of plain values in place, also where the compiler does not know the size.
+    static void copy(void* dst, const void* src, uint64 numBytes) noexcept {
         switch (numBytes) {
         case 1:
             std::memcpy(dst, src, 1);
-            break;
+            return;
         case 2:
             std::memcpy(dst, src, 2);
-            break;
+            return;
         case 4:
             std::memcpy(dst, src, 4);
-            break;
-        default:
+            return;
+        case 8:
             std::memcpy(dst, src, 8);
+            return;
+        default:
+            std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
         }
     }
 

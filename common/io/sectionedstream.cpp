@@ -87,9 +87,10 @@ uint64 SectionedStream::seek(int64 offset, SeekOrigin origin) {
     case SORIGIN_BEGIN:
         break;
     default:
-        throw new Exceptions::ArgumentOutOfRangeException(
-            String("SectionedStream: Unknown origin '").appendDecimal(static_cast<int32>(origin)).append("' specified."),
-            "origin");
+        throw new Exceptions::ArgumentOutOfRangeException(String("SectionedStream: Unknown origin '")
+                                                              .appendDecimal(static_cast<int32>(origin))
+                                                              .append("' specified."),
+                                                          "origin");
     }
     // Counted from the start of the section, a target in front of it wraps around and is larger than any length.
     const uint64 target = base + static_cast<uint64>(offset);

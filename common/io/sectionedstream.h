@@ -19,7 +19,8 @@ public:
     /// The section are the bytes from `start` to the one before `end`, counted in `stream`; the position is at `start`.
     /// A null stream makes a detached section.
     ///
-    /// Asserts that `start` is not behind `end`, and `end` within what a seek can reach; the section is empty otherwise.
+    /// Asserts that `start` is not behind `end`, and `end` within what a seek can reach; the section is empty
+    /// otherwise.
     SectionedStream(const String& name, Stream* stream, uint64 start, uint64 end, bool isExclusive);
     ~SectionedStream() override;
 

@@ -22,7 +22,7 @@ String OutOfMemoryException::getExceptionName() const {
 
 [[gnu::noinline]] void* OutOfMemoryException::operator new(std::size_t size) {
     void* const object = newManagedBlock(size, getReserveAllocator());
-    Debug::CallStackRecord::announce(object, Platform::getFrameEnd());
+    Debug::CallStackRecord::announce(object, Platform::getFrameEnd(), Platform::getReturnAddress());
     return object;
 }
 

@@ -17,8 +17,8 @@ namespace Tarq::Common::Memory {
 /// States: open from the start; closed by `close`; open and empty again by `open`.
 class TARQ_API MemoryStream : public IO::Stream {
 public:
-    /// `blockSize` in bytes. Asserts that it is above 0; it is 1 then. Throws `OutOfMemoryException`: the first block is
-    /// taken here.
+    /// `blockSize` in bytes. Asserts that it is above 0; it is 1 then. Throws `OutOfMemoryException`: the first block
+    /// is taken here.
     MemoryStream(const String& name, uint32 blockSize);
     ~MemoryStream() override;
 
@@ -38,8 +38,8 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mOffset + numBytes;
-        if (isPlain(numBytes) && end <= mReadLimit) [[likely]] {
-            copyPlain(dst, mBlock + mOffset, numBytes);
+        if (isSingleRequest(numBytes) && end <= mReadLimit) [[likely]] {
+            copy(dst, mBlock + mOffset, numBytes);
             mOffset = static_cast<uint32>(end);
             return numBytes;
         }
@@ -48,8 +48,8 @@ public:
 
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mOffset + numBytes;
-        if (isPlain(numBytes) && end <= mWriteLimit) [[likely]] {
-            copyPlain(mBlock + mOffset, src, numBytes);
+        if (isSingleRequest(numBytes) && end <= mWriteLimit) [[likely]] {
+            copy(mBlock + mOffset, src, numBytes);
             mOffset = static_cast<uint32>(end);
             return;
         }
@@ -64,21 +64,25 @@ public:
     void close() override;
 
 private:
-    /// The sizes of plain values (1, 2, 4, 8) take the short way, without a call.
-    static bool isPlain(uint64 numBytes) noexcept { return numBytes - 1 < 8 && (numBytes & (numBytes - 1)) == 0; }
-    static void copyPlain(void* dst, const void* src, uint64 numBytes) noexcept {
+    /// From 1 byte to 4 GiB - 1.
+    static bool isSingleRequest(uint64 numBytes) noexcept { return numBytes - 1 < 0xFFFFFFFF; }
+    /// Copies the sizes of plain values in place, also where the compiler does not know the size.
+    static void copy(void* dst, const void* src, uint64 numBytes) noexcept {
         switch (numBytes) {
         case 1:
             std::memcpy(dst, src, 1);
-            break;
+            return;
         case 2:
             std::memcpy(dst, src, 2);
-            break;
+            return;
         case 4:
             std::memcpy(dst, src, 4);
-            break;
-        default:
+            return;
+        case 8:
             std::memcpy(dst, src, 8);
+            return;
+        default:
+            std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
         }
     }
 

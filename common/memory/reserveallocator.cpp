@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <functional>
 #include <new>
+#include <utility>
 
 namespace Tarq::Common::Memory {
 
@@ -23,6 +24,18 @@ constexpr uint32 cSlotCount = 64;
 struct alignas(std::max_align_t) Slot {
     std::byte bytes[cSlotSize];
 };
+
+/// This thread is asking the exception allocator. When that fails by making such an exception itself, as an allocator of
+/// the host may, it is not asked for that one too.
+thread_local constinit bool tIsAsking = false;
+
+void* askExceptionAllocator(const AllocatorPtr& origin, uint32 size) noexcept {
+    if (std::exchange(tIsAsking, true))
+        return nullptr;
+    void* const memory = origin ? origin->tryAlloc(size) : ::operator new(size, std::nothrow);
+    tIsAsking = false;
+    return memory;
+}
 
 class ReserveAllocator final : public Allocator {
 public:
@@ -54,8 +67,7 @@ public:
         if (all > 0xFFFFFFFFu)
             return nullptr;
         AllocatorPtr origin = Library::getExceptionAlloc();
-        void* memory = origin ? origin->tryAlloc(static_cast<uint32>(all))
-                              : ::operator new(static_cast<std::size_t>(all), std::nothrow);
+        void* memory = askExceptionAllocator(origin, static_cast<uint32>(all));
         if (!memory) {
             origin.reset();
             memory = all <= cSlotSize ? acquireSlot() : nullptr;

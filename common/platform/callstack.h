@@ -15,6 +15,11 @@ namespace Tarq::Common::Platform {
     return __builtin_dwarf_cfa();
 }
 
+/// Where the function that this is expanded into returns to. Ask only in functions that are never inlined themselves.
+[[gnu::always_inline]] inline const void* getReturnAddress() noexcept {
+    return __builtin_return_address(0);
+}
+
 /// Stores the return addresses of the calling thread's stack, the innermost first, and returns how many there are.
 ///
 /// Functions whose frames end at or below `innerEnd` are left out; so are those for which there is no room, the

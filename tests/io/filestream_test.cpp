@@ -169,12 +169,12 @@ TEST_CASE_FIXTURE(LibraryTest, "an unknown access or mode is refused, and what w
         {1, 6, "ArgumentOutOfRangeException: FileStream: Unknown file open mode [fMode]"},
     };
     const TemporaryDirectory directory;
-    for (const auto& [access, mode, outcome] : cases) {
+    for (const Case& each : cases) {
         FileStream stream(directory / "file", FACCESS_WRITE, FMODE_OPENORCREATE);
         CHECK(outcomeOf([&] {
-                  stream.open(directory / "file", static_cast<FileStream::FileAccess>(access),
-                              static_cast<FileStream::FileMode>(mode));
-              }) == outcome);
+                  stream.open(directory / "file", static_cast<FileStream::FileAccess>(each.access),
+                              static_cast<FileStream::FileMode>(each.mode));
+              }) == each.outcome);
         CHECK(stream.isClosed());
     }
 }
@@ -205,10 +205,10 @@ TEST_CASE_FIXTURE(LibraryTest, "what cannot be opened is refused by its meaning,
         {"running program", "/proc/self/exe", FACCESS_WRITE, FMODE_OPEN, cAccess},
         {"circle of links", directory / "loop", FACCESS_READ, FMODE_OPEN, cUnhandled},
     };
-    for (const auto& [name, path, access, mode, outcome] : cases) {
-        CAPTURE(name);
+    for (const Case& each : cases) {
+        CAPTURE(each.name);
         FileStream stream(directory / "file", FACCESS_READ, FMODE_OPEN);
-        CHECK(outcomeOf([&] { stream.open(path, access, mode); }) == outcome);
+        CHECK(outcomeOf([&] { stream.open(each.path, each.access, each.mode); }) == each.outcome);
         CHECK(stream.isClosed());
     }
 }
@@ -224,11 +224,11 @@ TEST_CASE_FIXTURE(LibraryTest, "every error number of the system has its meaning
         {EBUSY, cAccess},       {ENXIO, cAccess},      {EEXIST, cExists},         {EMFILE, cTooManyOpen},
         {ENFILE, cTooManyOpen}, {EINVAL, cWrongFlags}, {EIO, cUnhandled},         {ENOSPC, cUnhandled},
     };
-    for (const auto& [error, outcome] : cases) {
-        CAPTURE(error);
-        withOpenError(error, [&, &expected = outcome] {
+    for (const Case& each : cases) {
+        CAPTURE(each.error);
+        withOpenError(each.error, [&] {
             FileStream stream;
-            CHECK(outcomeOf([&] { stream.open("file", FACCESS_READWRITE, FMODE_OPEN); }) == expected);
+            CHECK(outcomeOf([&] { stream.open("file", FACCESS_READWRITE, FMODE_OPEN); }) == each.outcome);
             CHECK(stream.isClosed());
         });
     }
@@ -258,9 +258,9 @@ TEST_CASE_FIXTURE(LibraryTest, "the file that is not found is told as given and 
         {"//no//x/", "/no/x/"},
         {"/no/..", "/"},
     };
-    for (const auto& [given, full] : cases) {
-        CAPTURE(given);
-        CHECK(fullNameOf(given) == full);
+    for (const Case& each : cases) {
+        CAPTURE(each.given);
+        CHECK(fullNameOf(each.given) == each.full);
     }
 
     const auto thrown = catchThrown<IO::FileExistException>([&] {
@@ -335,15 +335,15 @@ TEST_CASE_FIXTURE(LibraryTest, "an operation that the stream's state forbids is 
     };
     const TemporaryDirectory directory;
     directory.write("file", "bytes");
-    for (const auto& [access, body, outcome] : cases) {
+    for (const Case& each : cases) {
         FileStream stream;
-        if (access != 0) {
-            stream.open(directory / "file", static_cast<FileStream::FileAccess>(access), FMODE_OPEN);
+        if (each.access != 0) {
+            stream.open(directory / "file", static_cast<FileStream::FileAccess>(each.access), FMODE_OPEN);
             stream.seek(2, SORIGIN_BEGIN);
         }
-        CHECK(outcomeOf([&, &call = body] { call(stream); }) == outcome);
-        CHECK(stream.isClosed() == (access == 0));
-        if (access != 0)
+        CHECK(outcomeOf([&] { each.body(stream); }) == each.outcome);
+        CHECK(stream.isClosed() == (each.access == 0));
+        if (each.access != 0)
             CHECK(stream.getPosition() == 2);
     }
     CHECK(directory.read("file") == "bytes");

@@ -68,8 +68,8 @@ TEST_CASE_FIXTURE(LibraryTest, "a copy moves the bytes between the two positions
         {200000, {"65535", "65535", "65535", "3395"}},
     };
     for (const Direction direction : cDirections) {
-        for (const auto& [numBytes, pieces] : cases) {
-            CAPTURE(numBytes);
+        for (const Case& each : cases) {
+            CAPTURE(each.numBytes);
             RecordingStream src(patternOf(200010));
             RecordingStream dst("head and tail");
             src.seek(3, IO::Stream::SORIGIN_BEGIN);
@@ -77,17 +77,17 @@ TEST_CASE_FIXTURE(LibraryTest, "a copy moves the bytes between the two positions
             src.takeCalls();
             dst.takeCalls();
 
-            copy(direction, &src, &dst, numBytes);
+            copy(direction, &src, &dst, each.numBytes);
 
             Texts reads, writes;
-            for (const std::string& piece : pieces) {
+            for (const std::string& piece : each.pieces) {
                 reads.push_back("read " + piece);
                 writes.push_back("write " + piece);
             }
             CHECK(src.takeCalls() == reads);
             CHECK(dst.takeCalls() == writes);
-            CHECK(src.getPosition() == 3 + numBytes);
-            const auto length = static_cast<std::size_t>(numBytes);
+            CHECK(src.getPosition() == 3 + each.numBytes);
+            const auto length = static_cast<std::size_t>(each.numBytes);
             const bool isCopied = dst.getBytes().substr(0, 5 + length) == "head " + src.getBytes().substr(3, length);
             CHECK(isCopied);
         }
@@ -110,30 +110,30 @@ TEST_CASE_FIXTURE(LibraryTest, "a copy out of a source that is too short says so
         {"the source delivers more than it tells", 70000, 60000, 0, 70000, 70000, true, Short::NEVER},
     };
     for (const Direction direction : cDirections) {
-        for (const auto& [name, held, told, position, numBytes, copied, isToldTooShort, shortRead] : cases) {
-            CAPTURE(name);
+        for (const Case& each : cases) {
+            CAPTURE(each.name);
             const bool isRead = direction == Direction::READ_TO;
             Texts expected;
-            if (isToldTooShort)
+            if (each.isToldTooShort)
                 expected.push_back("bytesAvailable >= numBytes\nError Message: " +
                                    std::string(isRead ? "Tried to write more bytes (" : "Tried to read more bytes (") +
-                                   std::to_string(numBytes) +
+                                   std::to_string(each.numBytes) +
                                    (isRead ? ") to destination stream than left from own pos ("
                                            : ") out of source stream than left from pos (") +
-                                   std::to_string(position) + (isRead ? ") to own end (" : ") to end (") +
-                                   std::to_string(told) + ")");
-            if (shortRead != Short::NEVER)
-                expected.push_back(std::string(shortRead == Short::IN_PIECE ? "bytesDone == STREAM_COPY_BUFFER"
-                                               : isRead                     ? "bytesDone == bytesToRead"
-                                                                            : "bytesDone == bytesToWrite") +
+                                   std::to_string(each.position) + (isRead ? ") to own end (" : ") to end (") +
+                                   std::to_string(each.told) + ")");
+            if (each.shortRead != Short::NEVER)
+                expected.push_back(std::string(each.shortRead == Short::IN_PIECE ? "bytesDone == STREAM_COPY_BUFFER"
+                                               : isRead                          ? "bytesDone == bytesToRead"
+                                                                                 : "bytesDone == bytesToWrite") +
                                    "\nError Message: Error reading bytes from " +
                                    (isRead ? "own stream" : "source stream"));
 
-            BoastingStream src(patternOf(held), told);
+            BoastingStream src(patternOf(each.held), each.told);
             RecordingStream dst;
-            src.seek(static_cast<int64>(position), IO::Stream::SORIGIN_BEGIN);
+            src.seek(static_cast<int64>(each.position), IO::Stream::SORIGIN_BEGIN);
             const AssertionRecorder recorder;
-            copy(direction, &src, &dst, numBytes);
+            copy(direction, &src, &dst, each.numBytes);
 
             Texts seen;
             for (const SeenAssertion& assertion : recorder.getSeen()) {
@@ -142,9 +142,10 @@ TEST_CASE_FIXTURE(LibraryTest, "a copy out of a source that is too short says so
             }
             CHECK(seen == expected);
             const bool isCopied =
-                dst.getBytes() == patternOf(position + copied).substr(static_cast<std::size_t>(position));
+                dst.getBytes() ==
+                patternOf(each.position + each.copied).substr(static_cast<std::size_t>(each.position));
             CHECK(isCopied);
-            CHECK(dst.takeCalls().empty() == (copied == 0));
+            CHECK(dst.takeCalls().empty() == (each.copied == 0));
         }
     }
 }

@@ -14,3 +14,9 @@ struct doctest::StringMaker<Tarq::Common::BasicString<Char>> {
         return (shown + '"').c_str();
     }
 };
+
+/// A C string is shown as its characters: names of cases, texts and files of assertions.
+template <>
+struct doctest::StringMaker<const char*> {
+    static doctest::String convert(const char* text) { return text ? text : "null"; }
+};

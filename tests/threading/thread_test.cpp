@@ -235,7 +235,6 @@ TEST_CASE_FIXTURE(LibraryTest, "a thread takes nothing from an allocator that is
     const Memory::AllocatorPtr host(&ledger);
     auto* const thread = new (host) Thread(&returnSeven, nullptr, "Careful", 0);
     CHECK(ledger.mOutstanding.size() == 1);
-    thread->releaseHandle();
     delete thread;
     CHECK(ledger.mOutstanding.empty());
 }

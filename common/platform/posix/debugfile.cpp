@@ -4,8 +4,8 @@
 
 #include "common/platform/posix/symbolnames.h"
 
-#include <cstdlib>
-#include <memory>
+#include <algorithm>
+#include <iterator>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -41,14 +41,17 @@ DebugFile::DebugFile(const Libdw& dw, const std::string& file, std::string_view 
       mSharedDwarf(nullptr, dw.dwarf_end), mDwarf(nullptr, dw.dwarf_end) {
     if (!mElf)
         return;
+    readSymbols(mElf.get());
     mDwarf = readDwarf(mElf.get());
-    if (mDwarf)
-        return;
-    mSeparateElf = openSeparate(file, buildId);
-    if (mSeparateElf)
+    if (!mDwarf)
+        mSeparateElf = openSeparate(file, buildId);
+    if (mSeparateElf) {
+        readSymbols(mSeparateElf.get());
         mDwarf = readDwarf(mSeparateElf.get());
-    if (mDwarf)
-        openShared();
+        if (mDwarf)
+            openShared();
+    }
+    std::ranges::stable_sort(mSymbols, {}, &Symbol::begin);
 }
 
 DebugFile::ElfPtr DebugFile::open(const std::string& file, std::string_view buildId) const {
@@ -103,56 +106,39 @@ DebugFile::ElfPtr DebugFile::openSeparate(const std::string& file, std::string_v
 }
 
 SymbolSource DebugFile::describe(Dwarf_Addr address, std::vector<FunctionInfo>& functions) {
-    if (!mElf)
-        return SymbolSource::SYMBOLS_NONE;
-    const Symbol symbol = findSymbol(address);
-    const std::size_t first = functions.size();
-    Dwarf_Die unit{};
     FunctionInfo function;
+    Dwarf_Die unit{};
+    std::vector<Dwarf_Die> scopes;
     if (mDwarf && findUnit(address, unit)) {
         describeLine(unit, address, function);
-        // From the innermost block to the unit. What was put into another function is reported at the place inside
-        // of it, and its caller at the place of the call.
-        for (Dwarf_Die& scope : findScopes(unit, address)) {
-            const int tag = mDw.dwarf_tag(&scope);
-            if (tag != DW_TAG_inlined_subroutine && tag != DW_TAG_subprogram)
-                continue;
-            nameFunction(scope, function);
-            function.mSymbolOffset = symbol.offset;
-            functions.push_back(function);
-            if (tag == DW_TAG_subprogram)
-                break;
-            function = FunctionInfo();
-            describeCall(unit, scope, function);
-        }
+        findFunctions(unit, address, scopes);
     }
-    const bool isKnown = functions.size() > first;
-    if (!symbol.name.empty()) {
-        // The linker's name is the better one for the function itself: it tells the parameters of local functions too.
-        if (!isKnown)
-            functions.push_back(function);
+    // What was put into another function is at the place inside of it, and that other function at the place of the
+    // call.
+    const bool hasLine = !function.mFile.empty();
+    for (std::size_t depth = scopes.size(); depth > 1; --depth) {
+        nameFunction(scopes[depth - 1], function);
+        functions.push_back(function);
+        function = FunctionInfo();
+        describeCall(unit, scopes[depth - 1], function);
+    }
+    // The linker's name is the better one for the function itself: it tells the parameters of local functions too.
+    const Symbol symbol = findSymbol(address);
+    if (symbol.name) {
         const FunctionName name = demangle(symbol.name);
-        functions.back().mName = name.name;
-        functions.back().mFullName = name.full;
-        functions.back().mSymbolOffset = symbol.offset;
+        function.mName = name.name;
+        function.mFullName = name.full;
+        function.mSymbolOffset = address - symbol.begin;
+    } else if (!scopes.empty()) {
+        nameFunction(scopes.front(), function);
     }
-    if (functions.size() == first)
+    if (function.mName.empty() && function.mFile.empty())
         return SymbolSource::SYMBOLS_NONE;
-    return isKnown || !function.mFile.empty() ? SymbolSource::SYMBOLS_DEBUG : SymbolSource::SYMBOLS_TABLE;
+    functions.push_back(function);
+    return hasLine ? SymbolSource::SYMBOLS_DEBUG : SymbolSource::SYMBOLS_TABLE;
 }
 
-DebugFile::Symbol DebugFile::findSymbol(Dwarf_Addr address) const {
-    Symbol symbol;
-    if (mSeparateElf)
-        symbol = findSymbol(mSeparateElf.get(), address);
-    return symbol.name.empty() ? findSymbol(mElf.get(), address) : symbol;
-}
-
-/// Finds the function around `address`; where several names have the place, the narrowest, and a global one first.
-DebugFile::Symbol DebugFile::findSymbol(Elf* elf, Dwarf_Addr address) const {
-    Symbol best;
-    GElf_Xword bestSize = ~GElf_Xword{0};
-    bool isBestGlobal = false;
+void DebugFile::readSymbols(Elf* elf) {
     Elf_Scn* section = nullptr;
     while ((section = mDw.elf_nextscn(elf, section)) != nullptr) {
         GElf_Shdr header{};
@@ -161,18 +147,21 @@ DebugFile::Symbol DebugFile::findSymbol(Elf* elf, Dwarf_Addr address) const {
         Elf_Data* const data = mDw.elf_getdata(section, nullptr);
         GElf_Sym symbol{};
         for (int at = 0; data && mDw.gelf_getsym(data, at, &symbol); ++at) {
-            if (GELF_ST_TYPE(symbol.st_info) != STT_FUNC || symbol.st_shndx == SHN_UNDEF ||
-                address - symbol.st_value >= symbol.st_size)
+            if (GELF_ST_TYPE(symbol.st_info) != STT_FUNC || symbol.st_shndx == SHN_UNDEF || symbol.st_size == 0)
                 continue;
-            const bool isGlobal = GELF_ST_BIND(symbol.st_info) == STB_GLOBAL;
-            if (symbol.st_size > bestSize || (symbol.st_size == bestSize && (isBestGlobal || !isGlobal)))
-                continue;
-            bestSize = symbol.st_size;
-            isBestGlobal = isGlobal;
-            best = {textOr(mDw.elf_strptr(elf, header.sh_link, symbol.st_name), ""), address - symbol.st_value};
+            if (const char* const name = mDw.elf_strptr(elf, header.sh_link, symbol.st_name))
+                mSymbols.push_back({symbol.st_value, symbol.st_value + symbol.st_size, name});
         }
     }
-    return best;
+}
+
+/// Finds the function around `address`. Where several names have the place, the last one is told: global names stand
+/// behind local ones.
+DebugFile::Symbol DebugFile::findSymbol(Dwarf_Addr address) const {
+    const auto behind = std::ranges::upper_bound(mSymbols, address, {}, &Symbol::begin);
+    if (behind == mSymbols.begin() || address >= std::prev(behind)->end)
+        return Symbol();
+    return *std::prev(behind);
 }
 
 bool DebugFile::findUnit(Dwarf_Addr address, Dwarf_Die& unit) const {
@@ -187,19 +176,38 @@ bool DebugFile::findUnit(Dwarf_Addr address, Dwarf_Die& unit) const {
     return false;
 }
 
-std::vector<Dwarf_Die> DebugFile::findScopes(Dwarf_Die& unit, Dwarf_Addr address) const {
-    using Scopes = std::unique_ptr<Dwarf_Die[], decltype(&std::free)>;
-    Dwarf_Die* found = nullptr;
-    if (mDw.dwarf_getscopes(&unit, address, &found) <= 0)
-        return {};
-    const Scopes innermost(found, &std::free);
-    // The first answer leaves an inlined function towards the place where it was written; asked again, for the
-    // innermost one, it tells where it was put.
-    const int count = mDw.dwarf_getscopes_die(&innermost[0], &found);
-    if (count <= 0)
-        return {};
-    const Scopes scopes(found, &std::free);
-    return {found, found + count};
+/// Finds the part of `parent` that has code at `address`. Namespaces have no code of their own, but functions.
+bool DebugFile::findChild(Dwarf_Die& parent, Dwarf_Addr address, Dwarf_Die& child) const {
+    for (int result = mDw.dwarf_child(&parent, &child); result == 0; result = mDw.dwarf_siblingof(&child, &child)) {
+        Dwarf_Die inner{};
+        switch (mDw.dwarf_tag(&child)) {
+        case DW_TAG_subprogram:
+        case DW_TAG_inlined_subroutine:
+        case DW_TAG_lexical_block:
+            if (mDw.dwarf_haspc(&child, address) > 0)
+                return true;
+            break;
+        case DW_TAG_namespace:
+            if (findChild(child, address, inner)) {
+                child = inner;
+                return true;
+            }
+            break;
+        default:
+            break;
+        }
+    }
+    return false;
+}
+
+/// Lists the functions at `address`: the one that the code belongs to, then those that were put into it.
+void DebugFile::findFunctions(Dwarf_Die scope, Dwarf_Addr address, std::vector<Dwarf_Die>& functions) const {
+    Dwarf_Die inner{};
+    while (findChild(scope, address, inner)) {
+        if (mDw.dwarf_tag(&inner) != DW_TAG_lexical_block)
+            functions.push_back(inner);
+        scope = inner;
+    }
 }
 
 void DebugFile::describeLine(Dwarf_Die& unit, Dwarf_Addr address, FunctionInfo& function) const {
@@ -215,20 +223,18 @@ void DebugFile::describeLine(Dwarf_Die& unit, Dwarf_Addr address, FunctionInfo& 
     function.mLineOffset = static_cast<uint32>(address - begin);
 }
 
-bool DebugFile::readNumber(Dwarf_Die& die, unsigned int attribute, Dwarf_Word& number) const {
-    Dwarf_Attribute value{};
-    return mDw.dwarf_attr(&die, attribute, &value) && mDw.dwarf_formudata(&value, &number) == 0;
-}
-
 void DebugFile::describeCall(Dwarf_Die& unit, Dwarf_Die& inlined, FunctionInfo& function) const {
+    const auto readNumber = [&](unsigned int attribute) -> Dwarf_Word {
+        Dwarf_Attribute value{};
+        Dwarf_Word number = 0;
+        return mDw.dwarf_attr(&inlined, attribute, &value) && mDw.dwarf_formudata(&value, &number) == 0 ? number : 0;
+    };
     Dwarf_Files* files = nullptr;
     std::size_t count = 0;
-    Dwarf_Word file = 0;
-    Dwarf_Word line = 0;
-    if (readNumber(inlined, DW_AT_call_file, file) && mDw.dwarf_getsrcfiles(&unit, &files, &count) == 0)
-        function.mFile = textOr(mDw.dwarf_filesrc(files, static_cast<std::size_t>(file), nullptr, nullptr), "");
-    if (readNumber(inlined, DW_AT_call_line, line))
-        function.mLine = static_cast<uint32>(line);
+    const auto file = static_cast<std::size_t>(readNumber(DW_AT_call_file));
+    if (mDw.dwarf_getsrcfiles(&unit, &files, &count) == 0 && file < count)
+        function.mFile = textOr(mDw.dwarf_filesrc(files, file, nullptr, nullptr), "");
+    function.mLine = static_cast<uint32>(readNumber(DW_AT_call_line));
 }
 
 void DebugFile::nameFunction(Dwarf_Die& die, FunctionInfo& function) const {
@@ -236,38 +242,10 @@ void DebugFile::nameFunction(Dwarf_Die& die, FunctionInfo& function) const {
     const char* symbol = nullptr;
     if (mDw.dwarf_attr_integrate(&die, DW_AT_linkage_name, &attribute))
         symbol = mDw.dwarf_formstring(&attribute);
-    const FunctionName name = symbol ? demangle(symbol) : FunctionName{qualify(die), std::string()};
+    // Functions of C, and those that no other file sees, have only their own name.
+    const FunctionName name = demangle(textOr(symbol ? symbol : mDw.dwarf_diename(&die), ""));
     function.mName = name.name;
     function.mFullName = name.full;
-}
-
-/// Puts the names around it in front of a function's own. Local functions have no linker's name in debug information.
-std::string DebugFile::qualify(Dwarf_Die& die) const {
-    std::string name = textOr(mDw.dwarf_diename(&die), "");
-    Dwarf_Die written = die;
-    Dwarf_Attribute attribute{};
-    for (const unsigned int origin : {DW_AT_abstract_origin, DW_AT_specification}) {
-        if (mDw.dwarf_attr(&written, origin, &attribute))
-            mDw.dwarf_formref_die(&attribute, &written);
-    }
-    Dwarf_Die* found = nullptr;
-    const int count = mDw.dwarf_getscopes_die(&written, &found);
-    const std::unique_ptr<Dwarf_Die[], decltype(&std::free)> scopes(found, &std::free);
-    for (int at = 1; at < count; ++at) {
-        switch (mDw.dwarf_tag(&scopes[static_cast<std::size_t>(at)])) {
-        case DW_TAG_namespace:
-        case DW_TAG_class_type:
-        case DW_TAG_structure_type:
-        case DW_TAG_union_type:
-        case DW_TAG_subprogram:
-            name = textOr(mDw.dwarf_diename(&scopes[static_cast<std::size_t>(at)]), "(anonymous namespace)") +
-                   ("::" + name);
-            break;
-        default:
-            break;
-        }
-    }
-    return name;
 }
 
 } // namespace Tarq::Common::Platform

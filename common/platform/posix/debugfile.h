@@ -27,23 +27,23 @@ private:
     using ElfPtr = std::unique_ptr<Elf, decltype(Libdw::elf_end)>;
     using DwarfPtr = std::unique_ptr<Dwarf, decltype(Libdw::dwarf_end)>;
     struct Symbol {
-        std::string name; ///< as the linker knows it; empty when there is none
-        uint64 offset = 0;
+        Dwarf_Addr begin = 0;
+        Dwarf_Addr end = 0;
+        const char* name = nullptr; ///< as the linker knows it; null when there is none
     };
 
     ElfPtr open(const std::string& file, std::string_view buildId) const;
     ElfPtr openSeparate(const std::string& file, std::string_view buildId) const;
     DwarfPtr readDwarf(Elf* elf) const;
     void openShared();
-    Symbol findSymbol(Elf* elf, Dwarf_Addr address) const;
+    void readSymbols(Elf* elf);
     Symbol findSymbol(Dwarf_Addr address) const;
     bool findUnit(Dwarf_Addr address, Dwarf_Die& unit) const;
-    std::vector<Dwarf_Die> findScopes(Dwarf_Die& unit, Dwarf_Addr address) const;
+    bool findChild(Dwarf_Die& parent, Dwarf_Addr address, Dwarf_Die& child) const;
+    void findFunctions(Dwarf_Die scope, Dwarf_Addr address, std::vector<Dwarf_Die>& functions) const;
     void describeLine(Dwarf_Die& unit, Dwarf_Addr address, FunctionInfo& function) const;
     void describeCall(Dwarf_Die& unit, Dwarf_Die& inlined, FunctionInfo& function) const;
-    bool readNumber(Dwarf_Die& die, unsigned int attribute, Dwarf_Word& number) const;
     void nameFunction(Dwarf_Die& die, FunctionInfo& function) const;
-    std::string qualify(Dwarf_Die& die) const;
 
     const Libdw& mDw;
     ElfPtr mElf;
@@ -51,6 +51,7 @@ private:
     ElfPtr mSharedElf;   ///< what several separate files have in common
     DwarfPtr mSharedDwarf;
     DwarfPtr mDwarf;
+    std::vector<Symbol> mSymbols; ///< the functions in the linker's tables, by their begin
 };
 
 } // namespace Tarq::Common::Platform

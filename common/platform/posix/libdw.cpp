@@ -31,15 +31,13 @@ bool bindAll(void* library, Libdw& dw) noexcept {
            bind(library, "dwelf_dwarf_gnu_debugaltlink", dw.dwelf_dwarf_gnu_debugaltlink) &&
            bind(library, "dwarf_begin_elf", dw.dwarf_begin_elf) && bind(library, "dwarf_setalt", dw.dwarf_setalt) &&
            bind(library, "dwarf_end", dw.dwarf_end) && bind(library, "dwarf_addrdie", dw.dwarf_addrdie) &&
-           bind(library, "dwarf_get_units", dw.dwarf_get_units) && bind(library, "dwarf_haspc", dw.dwarf_haspc) &&
-           bind(library, "dwarf_getscopes", dw.dwarf_getscopes) &&
-           bind(library, "dwarf_getscopes_die", dw.dwarf_getscopes_die) && bind(library, "dwarf_tag", dw.dwarf_tag) &&
-           bind(library, "dwarf_diename", dw.dwarf_diename) && bind(library, "dwarf_lowpc", dw.dwarf_lowpc) &&
+           bind(library, "dwarf_get_units", dw.dwarf_get_units) && bind(library, "dwarf_child", dw.dwarf_child) &&
+           bind(library, "dwarf_siblingof", dw.dwarf_siblingof) && bind(library, "dwarf_haspc", dw.dwarf_haspc) &&
+           bind(library, "dwarf_tag", dw.dwarf_tag) && bind(library, "dwarf_diename", dw.dwarf_diename) &&
            bind(library, "dwarf_attr", dw.dwarf_attr) &&
            bind(library, "dwarf_attr_integrate", dw.dwarf_attr_integrate) &&
            bind(library, "dwarf_formstring", dw.dwarf_formstring) &&
            bind(library, "dwarf_formudata", dw.dwarf_formudata) &&
-           bind(library, "dwarf_formref_die", dw.dwarf_formref_die) &&
            bind(library, "dwarf_getsrc_die", dw.dwarf_getsrc_die) && bind(library, "dwarf_linesrc", dw.dwarf_linesrc) &&
            bind(library, "dwarf_lineno", dw.dwarf_lineno) && bind(library, "dwarf_lineaddr", dw.dwarf_lineaddr) &&
            bind(library, "dwarf_getsrcfiles", dw.dwarf_getsrcfiles) && bind(library, "dwarf_filesrc", dw.dwarf_filesrc);

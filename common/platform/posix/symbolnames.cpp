@@ -68,9 +68,10 @@ std::string_view trimToName(std::string_view text) noexcept {
 } // namespace
 
 FunctionName demangle(std::string symbol) {
-    // The compilers append what they made of a function: ".cold", ".part.0", ".constprop.0", ".isra.0".
-    if (symbol.starts_with("_Z"))
-        symbol.resize(std::min(symbol.find('.'), symbol.size()));
+    // Compilers append what they made of a function (".cold", ".part.0", ".constprop.0"), and linkers the version that
+    // the name belongs to ("@@GLIBC_2.34").
+    const std::size_t suffix = symbol.find_first_of(".@", 1);
+    symbol.resize(std::min(suffix, symbol.size()));
     int status = 0;
     const std::unique_ptr<char, decltype(&std::free)> text(
         abi::__cxa_demangle(symbol.c_str(), nullptr, nullptr, &status), &std::free);
