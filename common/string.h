@@ -255,24 +255,26 @@ private:
 };
 
 template <class Char>
-auto BasicString<Char>::makeChars(View text) -> Chars {
-    return text.empty() ? Chars(cNoText) : makeChars(text, Library::getStringAlloc());
-}
-
-template <class Char>
-auto BasicString<Char>::makeChars(View text, const Memory::AllocatorPtr& allocator) -> Chars {
+inline auto BasicString<Char>::makeChars(View text, const Memory::AllocatorPtr& allocator) -> Chars {
     if (text.empty())
         return Chars(cNoText, allocator);
     const size_type length = checkedLength(text.size());
     Char* const storage = Chars::takeStorage(allocator, length + 1);
     Traits::copy(storage, text.data(), length);
     storage[length] = Char();
-    return Chars(allocator, storage, length + 1);
+    return Chars(typename Chars::Filled{storage, length + 1}, allocator);
+}
+
+template <class Char>
+auto BasicString<Char>::makeChars(View text) -> Chars {
+    return text.empty() ? Chars(cNoText) : makeChars(text, Library::getStringAlloc());
 }
 
 template <class Char>
 void BasicString<Char>::releaseChars() noexcept {
-    Chars(cNoText).swap(mChars);
+    Memory::releaseBytes(mChars.mAllocator, mChars.mBegin);
+    mChars.mAllocator.reset();
+    mChars.mCapacityEnd = mChars.mBegin;
 }
 
 template <class Char>

@@ -122,7 +122,7 @@ void digestDirectory(const std::filesystem::path& directory, Totals& totals) {
             reportFailure(totals, name, holder->composeText(Exceptions::Exception::CALLSTACK_NONE));
         }
     }
-    Debug::report({Debug::LOG_MESSAGE, "digestDirectory"}, totals.files, " files, ", totals.bytes, " bytes digested");
+    Debug::report({Debug::LOG_MESSAGE, "digestDirectory"}, "Digested files: ", totals.files, ", bytes: ", totals.bytes);
 }
 
 /// Fails, because a file is missing, with the failure that led to this one inside.

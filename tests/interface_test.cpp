@@ -133,7 +133,7 @@ TEST_CASE_FIXTURE(BareTest, "leaving the process with the library up is reported
 TEST_CASE_FIXTURE(BareTest, "assertions of static objects find a callback to the very end of the process") {
     const Ended ended = runProgram("endassertion");
     CHECK(ended.out == "main ends\nan object of the host: the host's callback\nthe callback is gone\n");
-    CHECK(ended.err.find("after everything: Assertion failed: nobody is left") == 0);
+    CHECK(ended.err.find("after everything:2: Assertion failed: nobody is left") == 0);
     CHECK(ended.signal == SIGABRT);
 }
 

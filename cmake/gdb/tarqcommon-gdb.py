@@ -171,20 +171,23 @@ class SharedPtr:
         self.value = value
 
     def count(self):
-        """The count stands in a block of its own, or in the object's counted base."""
-        place = self.value["mCount"].dereference()
-        names = [field.name for field in place.type.fields()]
-        counter = place["count" if "count" in names else "mReferenceCount"]
-        return int(counter.address.cast(gdb.lookup_type("int").pointer()).dereference())
+        """The count stands in a block of its own, or in the object's counted base; None when nobody knows where.
+
+        Read by its address: following the pointer would have gdb look for the class of the whole object.
+        """
+        place = self.value["mCount"]
+        for field in place.type.strip_typedefs().target().fields():
+            if field.name in ("count", "mReferenceCount"):
+                counter = place.cast(gdb.lookup_type("char").pointer()) + field.bitpos // 8
+                return int(counter.cast(gdb.lookup_type("int").pointer()).dereference())
+        return None
 
     def to_string(self):
         if not self.value["mPtr"]:
             return "SharedPtr (empty)"
-        try:
-            return "SharedPtr (count %d)" % self.count()
-        except gdb.error:
-            # Without the library's debug information nobody knows where the count stands.
-            return "SharedPtr (count unknown)"
+        count = self.count()
+        # The block is the library's own: without the library's debug information it is unknown.
+        return "SharedPtr (count %s)" % ("unknown" if count is None else count)
 
     def children(self):
         if self.value["mPtr"]:

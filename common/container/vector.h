@@ -264,9 +264,13 @@ private:
         static_assert(std::is_trivially_copyable_v<T>);
     }
 
-    /// Takes over storage that is full of elements.
-    Vector(const Memory::AllocatorPtr& allocator, T* storage, size_type count) noexcept
-        : mAllocator(allocator), mBegin(storage), mEnd(storage + count), mCapacityEnd(mEnd) {}
+    /// Storage that is full of elements, to be taken over.
+    struct Filled {
+        T* storage;
+        size_type count;
+    };
+    Vector(Filled filled, const Memory::AllocatorPtr& allocator) noexcept
+        : mAllocator(allocator), mBegin(filled.storage), mEnd(mBegin + filled.count), mCapacityEnd(mEnd) {}
 
     /// A constructor that fails has no destructor to give its storage back.
     template <class Fill>

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <new>
-#include <span>
 #include <utility>
 
 namespace Tarq::Common::Debug {
@@ -29,16 +28,22 @@ void CallStackRecord::announce(const void* object, const void* ownEnd, const voi
     tAnnouncement = {object, ownEnd, returnAddress};
 }
 
-void CallStackRecord::captureMaker(const Memory::AllocatorPtr& allocator, const void* object,
-                                   const void* ownEnd) noexcept {
-    const Announcement announcement = std::exchange(tAnnouncement, Announcement());
-    const bool isAnnounced = announcement.object == object;
-    capture(allocator, isAnnounced ? announcement.end : ownEnd);
-    mMaker = isAnnounced ? announcement.maker : nullptr;
-}
-
 void CallStackRecord::capture(const Memory::AllocatorPtr& allocator, const void* innerEnd) noexcept {
     release();
+    record(allocator, innerEnd);
+}
+
+void CallStackRecord::captureMaker(const Memory::AllocatorPtr& allocator, const void* object,
+                                   const void* ownEnd) noexcept {
+    release();
+    const Announcement announcement = std::exchange(tAnnouncement, Announcement());
+    const bool isAnnounced = announcement.object == object;
+    mMaker = isAnnounced ? announcement.maker : nullptr;
+    // Nothing follows: this function's frame makes room for the other one, and need not be unwound.
+    record(allocator, isAnnounced ? announcement.end : ownEnd);
+}
+
+void CallStackRecord::record(const Memory::AllocatorPtr& allocator, const void* innerEnd) noexcept {
     void* addresses[cMaxFrames];
     const uint32 count = Platform::captureReturnAddresses(addresses, innerEnd);
     if (count == 0)

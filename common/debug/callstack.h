@@ -53,6 +53,7 @@ public:
     void resolve(CallStack& callStack) const noexcept;
 
 private:
+    void record(const Memory::AllocatorPtr& allocator, const void* innerEnd) noexcept;
     void release() noexcept;
 
     Memory::AllocatorPtr mAllocator;

@@ -19,7 +19,8 @@ struct BlockHeader {
 };
 
 constexpr uint32 cSlotSize = 512;
-constexpr uint32 cSlotCount = 64;
+/// An exception takes three: itself, its message and its call stack. Memory that is never touched costs nothing.
+constexpr uint32 cSlotCount = 256;
 
 struct alignas(std::max_align_t) Slot {
     std::byte bytes[cSlotSize];

@@ -6,7 +6,8 @@
 #include "common/container/segmentvector.h"
 #include "common/container/stringlookup.h"
 #include "common/interface.h"
-#include "common/io/stream.h"
+#include "common/memory/defaultallocator.h"
+#include "common/string.h"
 
 #include <cstdint>
 
@@ -74,14 +75,14 @@ void showLists(const Memory::AllocatorPtr& allocator) {
     stopHere();
 }
 
-void showSharedPointers(const Memory::AllocatorPtr& allocator) {
+void showSharedPointers() {
     const PointPtr noPoint;
     const PointPtr point(new Point{4, 5});
     const PointPtr samePoint = point;
     const Callback::AssertCallbackPtr callback(new Callback::AssertCallback);
     const Memory::AllocatorPtr noAllocator;
+    const Memory::AllocatorPtr allocator(new Memory::DefaultAllocator);
     stopHere();
-    static_cast<void>(allocator);
 }
 
 } // namespace
@@ -93,7 +94,7 @@ int main() {
         showStrings();
         showVectors(allocator);
         showLists(allocator);
-        showSharedPointers(allocator);
+        showSharedPointers();
     }
     Interface::closeLibrary();
     return 0;

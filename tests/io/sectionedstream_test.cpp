@@ -58,7 +58,8 @@ TEST_CASE_FIXTURE(LibraryTest, "an exclusive section seeks only when it does not
     const std::string bytes = patternOf(100);
     RecordingStream below(bytes);
     IO::SectionedStream section("entry", &below, 10, 30, true);
-    CHECK(readText(section, 3) + readText(section, 3) == bytes.substr(10, 6));
+    CHECK(readText(section, 3) == bytes.substr(10, 3));
+    CHECK(readText(section, 3) == bytes.substr(13, 3));
     CHECK(below.takeCalls() == Texts{"seek 10 3", "read 3", "read 3"});
     section.seek(1, Stream::SORIGIN_CURRENT);
     CHECK(readText(section, 3) == bytes.substr(17, 3));

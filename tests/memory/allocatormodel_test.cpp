@@ -80,7 +80,8 @@ private:
         const auto size = static_cast<uint32>(choice == 0 ? mRandom() % 5000 : mRandom() % 264);
         const Block block{static_cast<std::byte*>(mAllocator->alloc(size)), size, static_cast<uint32>(mRandom())};
         const auto address = reinterpret_cast<std::uintptr_t>(block.bytes);
-        mIsRight &= block.bytes && address % 4 == 0 && (size % sizeof(void*) != 0 || address % sizeof(void*) == 0);
+        const bool needsWords = size != 0 && size % sizeof(void*) == 0;
+        mIsRight &= block.bytes && address % (needsWords ? sizeof(void*) : 4) == 0;
         block.fill();
         mBlocks.push_back(block);
     }
