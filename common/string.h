@@ -62,14 +62,14 @@ public:
     static constexpr size_type npos = 0xFFFFFFFF;
 
     BasicString() noexcept : mChars(cNoText) {}
-    [[gnu::always_inline]] BasicString(const Char* text) : mChars(makeChars(Text(text))) {}
+    BasicString(const Char* text) : mChars(makeChars(Text(text))) {}
     BasicString(const Char* text, size_type length) : mChars(makeChars(View(text, length))) {}
     explicit BasicString(View text) : mChars(makeChars(text)) {}
     BasicString(View text, const Memory::AllocatorPtr& allocator) : mChars(makeChars(text, allocator)) {}
     BasicString(size_type count, Char c) : BasicString() { append(count, c); }
-    [[gnu::always_inline]] BasicString(const BasicString& other) : mChars(makeChars(other.view())) {}
+    BasicString(const BasicString& other) : mChars(makeChars(other.view())) {}
     BasicString(BasicString&& other) noexcept : BasicString() { swap(other); }
-    [[gnu::always_inline]] ~BasicString() {
+    ~BasicString() {
         if (hasStorage())
             releaseChars();
     }
@@ -123,12 +123,12 @@ public:
         if (count > length())
             append(count - length(), c);
         else if (count < length())
-            setLength(count);
+            setEnd(begin() + count);
     }
     /// Keeps the storage.
     void clear() noexcept {
         if (hasStorage())
-            setLength(0);
+            setEnd(begin());
     }
     void swap(BasicString& other) noexcept { mChars.swap(other.mChars); }
 
@@ -138,10 +138,10 @@ public:
     void push_back(Char c) {
         if (!hasRoomFor(1)) [[unlikely]]
             grow(1);
-        mChars.back() = c;
-        setLength(length() + 1);
+        *end() = c;
+        setEnd(end() + 1);
     }
-    void pop_back() noexcept { setLength(length() - 1); }
+    void pop_back() noexcept { setEnd(end() - 1); }
     BasicString& operator+=(Text text) { return append(text); }
     BasicString& operator+=(Char c) {
         push_back(c);
@@ -212,7 +212,7 @@ private:
     static constexpr Char cNul = Char();
     static constexpr typename Chars::Fixed cNoText{&cNul, 1};
     /// The first growth by appending makes room for more than is needed.
-    static constexpr uint64 cSmallestGrowth = 16;
+    static constexpr uint64 cSmallestGrowth = 32;
 
     static size_type narrow(std::size_t position) noexcept {
         return position == View::npos ? npos : static_cast<size_type>(position);
@@ -242,9 +242,10 @@ private:
     bool hasRoomFor(uint64 count) const noexcept { return mChars.size() + count <= mChars.capacity(); }
     /// Makes room for that many more characters.
     void grow(uint64 count);
-    void setLength(size_type length) noexcept {
-        mChars.mEnd = mChars.mBegin + length + 1;
-        mChars.back() = Char();
+    /// Ends the text at `newEnd`, which takes storage.
+    void setEnd(Char* newEnd) noexcept {
+        *newEnd = Char();
+        mChars.mEnd = newEnd + 1;
     }
     bool isInside(View text) const noexcept {
         return !std::less<const Char*>()(text.data(), mChars.begin()) &&
@@ -284,8 +285,8 @@ BasicString<Char>& BasicString<Char>::assign(Text text) {
         chooseAllocator();
         makeChars(text, mChars.getAllocator()).swap(mChars);
     } else if (hasStorage()) {
-        Traits::move(mChars.data(), text.data(), text.size());
-        setLength(static_cast<size_type>(text.size()));
+        Traits::move(begin(), text.data(), text.size());
+        setEnd(begin() + text.size());
     }
     return *this;
 }
@@ -300,8 +301,9 @@ BasicString<Char>& BasicString<Char>::append(Text text) {
         if (offset >= 0)
             text = View(mChars.data() + offset, text.size());
     }
-    Traits::move(mChars.end() - 1, text.data(), text.size());
-    setLength(length() + static_cast<size_type>(text.size()));
+    Char* const oldEnd = end();
+    Traits::move(oldEnd, text.data(), text.size());
+    setEnd(oldEnd + text.size());
     return *this;
 }
 
@@ -311,8 +313,9 @@ BasicString<Char>& BasicString<Char>::append(size_type count, Char c) {
         return *this;
     if (!hasRoomFor(count))
         grow(count);
-    Traits::assign(mChars.end() - 1, count, c);
-    setLength(length() + count);
+    Char* const oldEnd = end();
+    Traits::assign(oldEnd, count, c);
+    setEnd(oldEnd + count);
     return *this;
 }
 

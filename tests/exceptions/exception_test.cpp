@@ -270,7 +270,7 @@ TEST_CASE_FIXTURE(LibraryTest, "each option shows its parts of every call-stack 
 TEST_CASE_FIXTURE(LibraryTest, "an exception keeps a copy of its message, made on the exception allocator") {
     String message("first");
     const Holder exception(new Exception(message));
-    message = "second";
+    message.append(" and more");
     CHECK(exception->getMessage() == "first");
     CHECK(exception->getAllocator() == Library::getExceptionAlloc());
 }

@@ -45,9 +45,9 @@ TEST_CASE_FIXTURE(LibraryTest, "a semaphore is not released past its maximum") {
         uint32 initial;
         uint32 maximum;
     } const cases[] = {{1, 1}, {3, 3}, {cMaximum, cMaximum}};
-    for (const auto& [initial, maximum] : cases) {
-        CAPTURE(maximum);
-        Threading::Semaphore semaphore(initial, maximum);
+    for (const auto& test : cases) {
+        CAPTURE(test.maximum);
+        Threading::Semaphore semaphore(test.initial, test.maximum);
         {
             const ExpectedAssertion expected(cNotReleased, cFile);
             semaphore.release();
@@ -65,12 +65,12 @@ TEST_CASE_FIXTURE(LibraryTest, "a semaphore with impossible counts is reported, 
         uint32 initial;
         uint32 maximum;
     } const cases[] = {{2, 1}, {0, 0}, {0, cMaximum + 1}, {0xFFFFFFFF, 0xFFFFFFFF}};
-    for (const auto& [initial, maximum] : cases) {
-        CAPTURE(initial);
+    for (const auto& test : cases) {
+        CAPTURE(test.initial);
         std::optional<Threading::Semaphore> semaphore;
         {
             const ExpectedAssertion expected("mHandle\nError Message: Cannot create semaphore", cFile);
-            semaphore.emplace(initial, maximum);
+            semaphore.emplace(test.initial, test.maximum);
         }
         const ExpectedAssertion released(cNotReleased, cFile);
         const ExpectedAssertion waited(cNotWaited, cFile, 2);

@@ -156,14 +156,14 @@ TEST_CASE_FIXTURE(LibraryTest, "a thread cannot wait for itself, nor close itsel
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a running thread can be waited for by what it knows of itself") {
-    Gate known;
-    Gate end;
-    void* handle = nullptr;
     const Body bodies[] = {
-        [&] { return 3; },
-        [&]() -> int { Thread::exit(3); },
+        [] { return 3; },
+        []() -> int { Thread::exit(3); },
     };
     for (const Body& last : bodies) {
+        Gate known;
+        Gate end;
+        void* handle = nullptr;
         Body body = [&] {
             handle = Thread::getCurrentThread().releaseHandle();
             known.open();
@@ -213,12 +213,12 @@ TEST_CASE_FIXTURE(LibraryTest, "a thread that cannot be started is reported and 
         int (*function)(void*);
         int grantedBlocks;
     } const cases[] = {{"no memory", &returnSeven, 0}, {"no function", nullptr, -1}};
-    for (const auto& [what, function, grantedBlocks] : cases) {
-        CAPTURE(what);
-        getMemory().failAfter(grantedBlocks);
+    for (const auto& test : cases) {
+        CAPTURE(test.what);
+        getMemory().failAfter(test.grantedBlocks);
         const ExpectedAssertion created(cNotCreated, cFile);
         const ExpectedAssertion used(cInvalid, cFile, 3);
-        Thread thread(function, nullptr, name, 0);
+        Thread thread(test.function, nullptr, name, 0);
         getMemory().failNever();
         CHECK(thread.join() == Thread::cNoExitCode);
         thread.setPriority(Thread::TPRIO_LOWEST);

@@ -75,14 +75,14 @@ TEST_CASE_FIXTURE(LibraryTest, "what a body throws is reported and ends its thre
         {"broken", [] { throw std::runtime_error("broken"); }},
         {"of a type unknown here", [] { throw 7; }},
     };
-    for (const auto& [what, raise] : cases) {
-        CAPTURE(what);
+    for (const auto& test : cases) {
+        CAPTURE(test.what);
         const std::string text = "\nError Message: Thread \"Thrower\" was left by an exception: ";
-        const ExpectedAssertion expected(text + what, cFile);
+        const ExpectedAssertion expected(text + test.what, cFile);
         int left = 0;
         Body body([&]() -> int32 {
             const Departure departure(left);
-            raise();
+            test.raise();
             return 1;
         });
         Thread thread(&body, "Thrower", 0);
@@ -135,7 +135,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a name keeps its first 26 characters, and the sy
         {"RPCHelper Thread", "RPCHelper Thread", "RPCHelper Threa\n"},
         {"Worker", "Worker", "Worker\n"},
     };
-    for (const auto& [given, kept, shown] : cases) {
+    for (const auto& test : cases) {
         std::string own;
         std::string known;
         Body body([&] {
@@ -143,11 +143,11 @@ TEST_CASE_FIXTURE(LibraryTest, "a name keeps its first 26 characters, and the sy
             known = readOwnFile("comm");
             return 0;
         });
-        Thread thread(&body, given, 0);
+        Thread thread(&body, test.given, 0);
         thread.join();
-        CHECK(std::string(thread.getName()) == kept);
-        CHECK(own == kept);
-        CHECK(known == shown);
+        CHECK(std::string(thread.getName()) == test.kept);
+        CHECK(own == test.kept);
+        CHECK(known == test.shown);
     }
     CHECK(std::string(Thread::getCurrentThread().getName()) == "");
 }
@@ -158,8 +158,8 @@ TEST_CASE_FIXTURE(LibraryTest, "a stack is at least as large as asked for, and n
         int asked;
         int used;
     } const cases[] = {{0, cMebi}, {1, cMebi}, {-1, cMebi}, {4097, cMebi}, {20 * cMebi + 1, 18 * cMebi}};
-    for (const auto& [asked, used] : cases) {
-        CAPTURE(asked);
+    for (const auto& test : cases) {
+        CAPTURE(test.asked);
         // Each call takes 64 KiB, and uses them.
         std::function<int(int)> descend = [&](int left) {
             volatile char room[65536];
@@ -167,9 +167,9 @@ TEST_CASE_FIXTURE(LibraryTest, "a stack is at least as large as asked for, and n
             room[sizeof(room) - 1] = 1;
             return left <= 65536 ? room[0] : descend(left - 65536) + room[sizeof(room) - 1];
         };
-        Body body([&] { return descend(used); });
-        Thread thread(&body, "Deep", asked);
-        CHECK(thread.join() == used / 65536);
+        Body body([&] { return descend(test.used); });
+        Thread thread(&body, "Deep", test.asked);
+        CHECK(thread.join() == test.used / 65536);
     }
 }
 

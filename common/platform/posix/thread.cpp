@@ -5,11 +5,11 @@
 #include <condition_variable>
 #include <cstring>
 #include <ctime>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <optional>
 
-#include <cxxabi.h>
 #include <pthread.h>
 #include <sched.h>
 #include <sys/resource.h>
@@ -297,13 +297,9 @@ void exitThread(int code) {
 }
 
 void resumeThreadEnd() {
-    try {
+    // The end of a thread unwinds the stack as an exception does, but is no exception of the language.
+    if (!std::current_exception())
         throw;
-    } catch (const abi::__forced_unwind&) {
-        throw;
-    } catch (...) {
-        return;
-    }
 }
 
 void setThreadPriority(ThreadHandle handle, int priority) noexcept {
