@@ -2,10 +2,9 @@
 
 #include "bench/resulttable.h"
 #include "bench/secondthread.h"
-#include "common/exceptions/exception.h"
+#include "bench/side.h"
 #include "common/interface.h"
 
-#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstring>
@@ -21,25 +20,22 @@ namespace Tarq::Bench {
 
 namespace {
 
-constexpr const char* cOperations = "operations";
-constexpr const char* cElapsed = "elapsed";
-
 /// How long one side works in one round, unless `--benchmark_min_time` says something else.
-char gDefaultMinTime[] = "--benchmark_min_time=0.05";
+char gDefaultMinTime[] = "--benchmark_min_time=0.02";
 
 constexpr const char* cHelp = R"(tarq-bench [options]: measures the library beside its peers
   --smoke                     only show that every case runs: one iteration each, times mean nothing
-  --rounds=<n>                how often ours and the peers take turns, 11 by default
+  --rounds=<n>                how often ours and the peers take turns, 15 by default
   --json=<file>               where the table is written as JSON, bench.json beside the program by default
   --list                      names the cases
   --benchmark_filter=<regex>  only the cases whose names match; a leading - turns that around
-  --benchmark_min_time=<s>    how long one side works in one round, 0.05 by default
+  --benchmark_min_time=<s>    how long one side works in one round, 0.02 by default
 )";
 
 struct Options {
     bool smoke = false;
     bool list = false;
-    unsigned rounds = 11;
+    unsigned rounds = 15;
     std::string json;
 };
 
@@ -105,86 +101,23 @@ void warmHeap() {
     std::free(memory);
 }
 
-/// Keeps what Google Benchmark measures, and prints nothing.
-class Collector : public benchmark::BenchmarkReporter {
-public:
-    bool ReportContext(const Context&) override { return true; }
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred)
-                mFailure = run.error_message;
-            if (run.run_type != Run::RT_Iteration)
-                continue;
-            const auto counted = run.counters.find(cOperations);
-            const double operations =
-                counted == run.counters.end() ? static_cast<double>(run.iterations) : counted->second.value;
-            const bool elapsed = run.counters.find(cElapsed) != run.counters.end();
-            mNanoseconds = (elapsed ? run.real_accumulated_time : run.cpu_accumulated_time) * 1e9 / operations;
-            mIterations = run.iterations;
-        }
-    }
-
-    double mNanoseconds = 0;
-    benchmark::IterationCount mIterations = 0;
-    std::string mFailure;
-};
-
-/// One of those who take turns.
-struct Side {
-    std::string name;
-    const Work& work;
-    benchmark::IterationCount iterations; ///< 0: as many as the minimum time needs
-    std::vector<double> nanoseconds{};
-};
-
-void doWork(const Work& work, benchmark::State& state) {
-    try {
-        work(state);
-    } catch (Common::Exceptions::Exception* exception) {
-        const Common::Exceptions::Holder holder(exception);
-        state.SkipWithError(holder->composeText(Common::Exceptions::Exception::CALLSTACK_NONE).c_str());
-    } catch (const std::exception& exception) {
-        state.SkipWithError(exception.what());
-    }
-}
-
-Collector measureOnce(const Side& side) {
-    benchmark::ClearRegisteredBenchmarks();
-    auto* const registered =
-        benchmark::RegisterBenchmark(side.name.c_str(), [&side](benchmark::State& state) { doWork(side.work, state); });
-    if (side.iterations != 0)
-        registered->Iterations(side.iterations);
-    Collector collector;
-    benchmark::RunSpecifiedBenchmarks(&collector, ".");
-    check(collector.mFailure.empty(), collector.mFailure.c_str());
-    check(collector.mIterations != 0, "nothing was measured");
-    return collector;
-}
-
-double medianOf(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
 /// Appends one result for each peer.
 void measureCase(const Case& each, const Options& options, const ResultTable& table, std::vector<Result>& results) {
-    const benchmark::IterationCount given = options.smoke ? 1 : 0;
-    std::vector<Side> sides{{each.name + "/ours", each.ours, given}};
+    std::vector<Side> sides;
+    sides.emplace_back(each.name + "/ours", each.ours);
     for (const Peer& peer : each.peers)
-        sides.push_back({each.name + "/" + peer.name, peer.work, given});
-    for (Side& side : sides) {
-        // The number of iterations is found once, so that all rounds do the same work.
-        if (side.iterations == 0)
-            side.iterations = measureOnce(side).mIterations;
-    }
+        sides.emplace_back(each.name + "/" + peer.name, peer.work);
+    for (Side& side : sides)
+        side.prepare(options.smoke);
     for (unsigned round = 0; round < options.rounds; ++round) {
         for (Side& side : sides)
-            side.nanoseconds.push_back(measureOnce(side).mNanoseconds);
+            side.measureRound();
     }
+    const Side& ours = sides.front();
     for (std::size_t at = 0; at < each.peers.size(); ++at) {
-        results.push_back({each.name, each.peers[at].name, each.peers[at].goal, medianOf(sides[0].nanoseconds),
-                           medianOf(sides[at + 1].nanoseconds)});
+        const Side& theirs = sides[at + 1];
+        results.push_back({each.name, each.peers[at].name, each.peers[at].goal, ours.medianNanoseconds(),
+                           theirs.medianNanoseconds(), ours.disturbedRounds() + theirs.disturbedRounds()});
         table.printResult(results.back());
     }
 }
@@ -192,7 +125,7 @@ void measureCase(const Case& each, const Options& options, const ResultTable& ta
 bool measureAll(const std::vector<Case>& cases, const Options& options) {
     bool succeeded = true;
     std::vector<Result> results;
-    const ResultTable table(options.smoke);
+    const ResultTable table(options.smoke, options.rounds);
     table.printHeader();
     for (const Case& each : cases) {
         try {
@@ -203,7 +136,7 @@ bool measureAll(const std::vector<Case>& cases, const Options& options) {
         }
     }
     table.printSummary(results);
-    writeJson(options.json, results, options.rounds);
+    table.writeJson(options.json, results);
     return succeeded;
 }
 
@@ -219,20 +152,6 @@ std::vector<Case> selectCases(const std::vector<std::function<std::vector<Case>(
 }
 
 } // namespace
-
-void check(bool holds, const char* what) {
-    if (!holds)
-        throw std::runtime_error(what);
-}
-
-void countOperations(benchmark::State& state, uint64 count) {
-    state.counters[cOperations] = static_cast<double>(count) * static_cast<double>(state.iterations());
-}
-
-void countOperationsOfBothThreads(benchmark::State& state, uint64 operations) {
-    state.counters[cOperations] = static_cast<double>(operations);
-    state.counters[cElapsed] = 1;
-}
 
 int run(int argc, char** argv, const std::vector<std::function<std::vector<Case>()>>& groups) {
     int status = 0;

@@ -26,7 +26,7 @@ const char* verdict(const Result& result, bool smoke) {
     if (smoke)
         return "ran";
     if (result.goal == 0)
-        return "shown only";
+        return "shown";
     return result.isMet() ? "met" : "MISSED";
 }
 
@@ -61,14 +61,14 @@ void ResultTable::printSummary(const std::vector<Result>& results) const {
     std::printf("%td of %td goals met (ratio: time of ours / time of the peer)\n", met, goals);
 }
 
-void writeJson(const std::string& path, const std::vector<Result>& results, unsigned rounds) {
+void ResultTable::writeJson(const std::string& path, const std::vector<Result>& results) const {
     std::ofstream file(path);
-    file << "{\n  \"rounds\": " << rounds << ",\n  \"results\": [";
+    file << "{\n  \"smoke\": " << (mSmoke ? "true" : "false") << ",\n  \"rounds\": " << mRounds << ",\n  \"results\": [";
     const char* separator = "\n";
     for (const Result& result : results) {
         file << separator << "    { \"name\": \"" << result.name << "\", \"peer\": \"" << result.peer
              << "\", \"ours_ns\": " << result.oursNanoseconds << ", \"peer_ns\": " << result.peerNanoseconds
-             << ", \"ratio\": " << result.ratio();
+             << ", \"ratio\": " << result.ratio() << ", \"disturbed_rounds\": " << result.disturbedRounds;
         if (result.goal != 0)
             file << ", \"goal\": " << result.goal << ", \"met\": " << (result.isMet() ? "true" : "false");
         file << " }";

@@ -12,6 +12,7 @@ struct Result {
     double goal; ///< 0 for none
     double oursNanoseconds;
     double peerNanoseconds;
+    unsigned disturbedRounds; ///< of both sides: those from which other programs took time
 
     double ratio() const { return oursNanoseconds / peerNanoseconds; }
     bool isMet() const { return ratio() <= goal; }
@@ -20,18 +21,19 @@ struct Result {
 /// Prints one line after the other, so that a long run can be watched. In a smoke run nothing is said about goals.
 class ResultTable {
 public:
-    explicit ResultTable(bool smoke) : mSmoke(smoke) {}
+    ResultTable(bool smoke, unsigned rounds) : mSmoke(smoke), mRounds(rounds) {}
 
     void printHeader() const;
     void printResult(const Result& result) const;
     void printFailure(const std::string& name, const std::string& what) const;
     void printSummary(const std::vector<Result>& results) const;
+    /// Throws `std::runtime_error` when the file cannot be written.
+    void writeJson(const std::string& path, const std::vector<Result>& results) const;
 
 private:
     bool mSmoke;
+    unsigned mRounds; ///< of each side
 };
 
-/// Throws `std::runtime_error` when the file cannot be written.
-void writeJson(const std::string& path, const std::vector<Result>& results, unsigned rounds);
 
 } // namespace Tarq::Bench

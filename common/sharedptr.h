@@ -91,6 +91,10 @@ class LockedMemberReferenceCount : public MemberCountOperations<Base> {
     static_assert(LockOffset == Base::cLockOffset, "the lock stands elsewhere in the object");
 };
 
+/// A pointer to `From` goes where one to `To` is wanted.
+template <class From, class To>
+concept PointsTo = std::is_convertible_v<From*, To*>;
+
 /// A pointer to an object that several owners keep alive together; the last one that goes deletes it.
 ///
 /// Two words: the count word, whose meaning `CountPolicy` decides, and the object. Prefer the short names that exist
@@ -117,10 +121,14 @@ public:
         : mCount(std::exchange(other.mCount, nullptr)), mPtr(std::exchange(other.mPtr, nullptr)) {}
 
     /// A pointer to a derived object is a pointer to its base; both share one count.
-    template <class Derived>
-        requires std::is_convertible_v<Derived*, T*>
-        SharedPtr(const SharedPtr<Derived, CountPolicy, ObjectPolicy>& other)
-    noexcept : mCount(other.mCount), mPtr(other.mPtr) { acquire(); }
+    template <PointsTo<T> Derived>
+    SharedPtr(const SharedPtr<Derived, CountPolicy, ObjectPolicy>& other) noexcept
+        : mCount(other.mCount), mPtr(other.mPtr) {
+        acquire();
+    }
+    template <PointsTo<T> Derived>
+    SharedPtr(SharedPtr<Derived, CountPolicy, ObjectPolicy>&& other) noexcept
+        : mCount(std::exchange(other.mCount, nullptr)), mPtr(std::exchange(other.mPtr, nullptr)) {}
 
     ~SharedPtr() { release(); }
 

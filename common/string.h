@@ -55,7 +55,8 @@ public:
         constexpr Text(const Char* text) noexcept : View(text ? View(text) : View()) {}
         constexpr Text(View text) noexcept : View(text) {}
         constexpr Text(const BasicString& text) noexcept : View(text.view()) {}
-        constexpr Text(const std::basic_string<Char>& text) noexcept : View(text) {}
+        template <class Allocator>
+        constexpr Text(const std::basic_string<Char, std::char_traits<Char>, Allocator>& text) noexcept : View(text) {}
     };
 
     /// What the finding functions return for "nowhere", and the count that means "to the end".
@@ -80,6 +81,7 @@ public:
         return *this;
     }
     BasicString& operator=(Text text) { return assign(text); }
+    BasicString& operator=(const Char* text) { return assign(text); }
 
     const Char* c_str() const noexcept { return mChars.data(); }
     const Char* data() const noexcept { return mChars.data(); }
@@ -207,6 +209,9 @@ public:
     friend BasicString operator+(BasicString&& a, const BasicString& b) { return std::move(a.append(b.view())); }
     friend BasicString operator+(BasicString&& a, const Char* b) { return std::move(a.append(Text(b))); }
     friend BasicString operator+(BasicString&& a, View b) { return std::move(a.append(b)); }
+    friend BasicString operator+(const BasicString& a, Char b) { return concatenate(a.view(), View(&b, 1)); }
+    friend BasicString operator+(Char a, const BasicString& b) { return concatenate(View(&a, 1), b.view()); }
+    friend BasicString operator+(BasicString&& a, Char b) { return std::move(a.append(1, b)); }
 
 private:
     static constexpr Char cNul = Char();
@@ -233,7 +238,7 @@ private:
     void releaseChars() noexcept;
 
     /// Without it, the characters are the fixed NUL, which is never written to.
-    bool hasStorage() const noexcept { return mChars.capacity() != 0; }
+    bool hasStorage() const noexcept { return mChars.mBegin != mChars.mCapacityEnd; }
     /// A string that takes its first storage chooses where from, unless a constructor was told.
     void chooseAllocator() {
         if (!hasStorage() && !mChars.getAllocator())

@@ -117,13 +117,13 @@ TEST_CASE_FIXTURE(BareTest, "a start that finds no memory throws and leaves the 
 TEST_CASE_FIXTURE(BareTest, "leaving the process with the library up is reported by the counter") {
     const std::string text = "mInitCount == 0\nError Message: Common still has 2 initialisations left! ";
     SUBCASE("to the host's callback, which is released after that") {
-        const Ended ended = runProgram("endinitialised", "own");
+        const Ended ended = runProgram("end", "own");
         CHECK(ended.out == "common/utility/initcounter: " + text + "\nthe callback is gone\n");
         CHECK(ended.err == "");
         CHECK(ended.exitCode == 0);
     }
     SUBCASE("by the default callback, which ends the process") {
-        const Ended ended = runProgram("endinitialised", "default");
+        const Ended ended = runProgram("end", "default");
         CHECK(ended.err.find("common/utility/initcounter") != std::string::npos);
         CHECK(ended.err.find(text) != std::string::npos);
         CHECK(ended.signal == SIGABRT);
@@ -131,8 +131,8 @@ TEST_CASE_FIXTURE(BareTest, "leaving the process with the library up is reported
 }
 
 TEST_CASE_FIXTURE(BareTest, "assertions of static objects find a callback to the very end of the process") {
-    const Ended ended = runProgram("endassertion");
-    CHECK(ended.out == "main ends\nan object of the host: the host's callback\nthe callback is gone\n");
+    const Ended ended = runProgram("end", "asserting");
+    CHECK(ended.out == "an object of the host: the host's callback\nthe callback is gone\n");
     CHECK(ended.err.find("after everything:2: Assertion failed: nobody is left") == 0);
     CHECK(ended.signal == SIGABRT);
 }

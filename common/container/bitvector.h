@@ -5,7 +5,8 @@
 namespace Tarq::Common::Container {
 
 /// Truth values, 32 to a word. The meanings are those of the general vector; elements are handed out by value, and
-/// changed through `set` or the reference that `operator[]` returns. Too long: "vector<bool> too long".
+/// changed through `set` or the reference that `operator[]` returns; iterators only read. Too long: "vector<bool> too
+/// long".
 template <>
 class Vector<bool> {
 public:
@@ -30,9 +31,43 @@ public:
         uint32 mMask;
     };
 
+    /// Reads the elements one after the other.
+    class const_iterator {
+    public:
+        using iterator_category = std::input_iterator_tag;
+        using iterator_concept = std::forward_iterator_tag;
+        using value_type = bool;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const bool*;
+        using reference = bool;
+
+        const_iterator() noexcept = default;
+        bool operator*() const noexcept { return (*mVector)[mIndex]; }
+        const_iterator& operator++() noexcept {
+            ++mIndex;
+            return *this;
+        }
+        const_iterator operator++(int) noexcept { return {*mVector, mIndex++}; }
+        friend const_iterator operator+(const_iterator at, size_type count) noexcept {
+            return {*at.mVector, at.mIndex + count};
+        }
+        friend bool operator==(const_iterator a, const_iterator b) noexcept { return a.mIndex == b.mIndex; }
+
+    private:
+        friend class Vector<bool>;
+        const_iterator(const Vector& vector, size_type index) noexcept : mVector(&vector), mIndex(index) {}
+        const Vector* mVector = nullptr;
+        size_type mIndex = 0;
+    };
+    using iterator = const_iterator;
+
     explicit Vector(const Memory::AllocatorPtr& allocator) noexcept : mWords(allocator) {}
     Vector(const Memory::AllocatorPtr& allocator, size_type count, bool value = false) : mWords(allocator) {
         resize(count, value);
+    }
+    Vector(const Memory::AllocatorPtr& allocator, std::initializer_list<bool> values) : mWords(allocator) {
+        for (const bool value : values)
+            push_back(value);
     }
     Vector(const Vector&) = default;
     Vector& operator=(const Vector&) = default;
@@ -42,6 +77,11 @@ public:
         mSize = std::exchange(other.mSize, 0);
         return *this;
     }
+
+    const Memory::AllocatorPtr& getAllocator() const noexcept { return mWords.getAllocator(); }
+
+    const_iterator begin() const noexcept { return {*this, 0}; }
+    const_iterator end() const noexcept { return {*this, mSize}; }
 
     bool empty() const noexcept { return mSize == 0; }
     size_type size() const noexcept { return mSize; }
@@ -53,6 +93,7 @@ public:
     bool operator[](size_type index) const noexcept { return (mWords[index / cBits] & maskOf(index)) != 0; }
     Reference operator[](size_type index) noexcept { return {&mWords[index / cBits], maskOf(index)}; }
     void set(size_type index, bool value) noexcept { (*this)[index] = value; }
+    bool front() const noexcept { return (*this)[0]; }
     bool back() const noexcept { return (*this)[mSize - 1]; }
 
     void reserve(size_type count) { mWords.reserve(wordsFor(checkedSize(count))); }
@@ -60,7 +101,13 @@ public:
         mWords.clear();
         mSize = 0;
     }
-    void push_back(bool value) { resize(checkedSize(uint64{mSize} + 1), value); }
+    void push_back(bool value) {
+        const size_type newSize = checkedSize(uint64{mSize} + 1);
+        if (mSize % cBits == 0)
+            mWords.push_back(0);
+        set(mSize, value);
+        mSize = newSize;
+    }
     void pop_back() noexcept {
         --mSize;
         if (mSize % cBits == 0)
@@ -79,6 +126,13 @@ public:
             }
         }
     }
+    /// The elements behind the one that goes move down by one.
+    const_iterator erase(const_iterator position) noexcept {
+        for (size_type index = position.mIndex; index + 1 < mSize; ++index)
+            set(index, static_cast<bool>((*this)[index + 1]));
+        pop_back();
+        return {*this, position.mIndex};
+    }
     void flip() noexcept {
         for (uint32& word : mWords)
             word = ~word;
@@ -89,13 +143,7 @@ public:
     }
 
     friend bool operator==(const Vector& a, const Vector& b) noexcept {
-        if (a.mSize != b.mSize)
-            return false;
-        for (size_type index = 0; index < a.mSize; ++index) {
-            if (a[index] != b[index])
-                return false;
-        }
-        return true;
+        return std::equal(a.begin(), a.end(), b.begin(), b.end());
     }
 
 private:

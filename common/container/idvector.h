@@ -108,7 +108,9 @@ public:
     /// The lowest valid id, or the number of slots when there is none.
     uint32 getFirstValidID() const noexcept { return mCursor; }
     /// The lowest valid id above `id`, or the number of slots when there is none.
-    uint32 getNextValidID(uint32 id) const noexcept { return nextValidID(id + 1); }
+    uint32 getNextValidID(uint32 id) const noexcept {
+        return id < getSlotCount() ? nextValidID(id + 1) : getSlotCount();
+    }
 
     ConstIterator begin() const noexcept { return {*this, mCursor}; }
     std::default_sentinel_t end() const noexcept { return {}; }

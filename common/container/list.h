@@ -5,6 +5,7 @@
 #include "common/types.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
@@ -37,8 +38,8 @@ class List {
         using reference = Value&;
 
         Iterator() noexcept = default;
-        template <class Other>
-            requires(std::is_const_v<Value> && std::is_same_v<Other, T>)
+        /// An iterator to something constant is made from one that may change it.
+        template <std::same_as<std::remove_const_t<Value>> Other>
         Iterator(const Iterator<Other>& other) noexcept : mLinks(other.mLinks) {}
 
         Value& operator*() const noexcept { return static_cast<Node*>(mLinks)->value; }
@@ -134,6 +135,20 @@ public:
 
     iterator insert(const_iterator position, const T& value) { return emplace(position, value); }
     iterator insert(const_iterator position, T&& value) { return emplace(position, std::move(value)); }
+    /// Copies the range, which may be part of this list, to in front of `position`; either all of it or nothing.
+    template <std::input_iterator Input>
+    iterator insert(const_iterator position, Input first, Input last) {
+        List copies(mAllocator, first, last);
+        const iterator result = copies.empty() ? iterator(position.mLinks) : copies.begin();
+        while (!copies.empty()) {
+            ListLinks* const links = copies.mEnds.next;
+            links->unlink();
+            links->linkBefore(*position.mLinks);
+            --copies.mSize;
+            ++mSize;
+        }
+        return result;
+    }
     /// Makes an element in front of `position`.
     template <class... Arguments>
     iterator emplace(const_iterator position, Arguments&&... arguments) {

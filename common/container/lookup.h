@@ -6,8 +6,10 @@
 #include "common/types.h"
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <functional>
+#include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <stdexcept>
@@ -33,7 +35,9 @@ private:
     struct Node : LookUpLinks {
         template <class Key, class... Arguments>
         explicit Node(Key&& key, Arguments&&... arguments)
-            : entry{std::forward<Key>(key), V(std::forward<Arguments>(arguments)...)} {}
+            : entry{std::forward<Key>(key), V(std::forward<Arguments>(arguments)...)} {
+            static_assert(std::is_constructible_v<V, Arguments...>, "the value is constructed, not cast");
+        }
         value_type entry;
     };
 
@@ -47,8 +51,8 @@ private:
         using reference = Value&;
 
         Iterator() noexcept = default;
-        template <class Other>
-            requires(std::is_const_v<Value> && std::is_same_v<Other, LookUp::value_type>)
+        /// An iterator to something constant is made from one that may change it.
+        template <std::same_as<std::remove_const_t<Value>> Other>
         Iterator(const Iterator<Other>& other) noexcept : mLinks(other.mLinks) {}
 
         Value& operator*() const noexcept { return static_cast<Node*>(mLinks)->entry; }
@@ -81,6 +85,11 @@ public:
 
     explicit LookUp(const Memory::AllocatorPtr& allocator, const Less& less = Less()) noexcept
         : mAllocator(allocator), mLess(less) {}
+    /// Of entries with the same key, the first counts.
+    LookUp(const Memory::AllocatorPtr& allocator, std::initializer_list<value_type> entries) : LookUp(allocator) {
+        for (const value_type& entry : entries)
+            insert(entry);
+    }
     /// The copy takes its nodes from the source's allocator.
     LookUp(const LookUp& other) : LookUp(other, other.mAllocator) {}
     LookUp(const LookUp& other, const Memory::AllocatorPtr& allocator) : LookUp(allocator, other.mLess) {
@@ -161,6 +170,11 @@ public:
         return following;
     }
     iterator erase(iterator position) noexcept { return erase(const_iterator(position)); }
+    iterator erase(const_iterator first, const_iterator last) noexcept {
+        while (first != last)
+            first = erase(first);
+        return iterator(last.mLinks);
+    }
     /// Returns the number of entries that went: 0 or 1.
     size_type erase(const K& key) noexcept {
         LookUpLinks* const links = findLinks(key);

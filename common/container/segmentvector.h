@@ -46,7 +46,7 @@ public:
 
     void push_back(const T& value) { emplace_back(value); }
     void push_back(T&& value) { emplace_back(std::move(value)); }
-    /// Throws `OutOfMemoryException`; nothing has changed then.
+    /// Throws what a `Vector` throws when it cannot grow; nothing has changed then.
     template <class... Arguments>
     T& emplace_back(Arguments&&... arguments) {
         if (mSize == capacity())
@@ -66,6 +66,13 @@ public:
         std::swap(mSize, other.mSize);
     }
 
+    friend bool operator==(const SegmentVector& a, const SegmentVector& b) {
+        bool isEqual = a.mSize == b.mSize;
+        for (size_type index = 0; isEqual && index < a.mSize; ++index)
+            isEqual = a.element(index) == b.element(index);
+        return isEqual;
+    }
+
 private:
     bool isInRange(size_type index) const { return TARQ_ASSERT(index < mSize, "index out of range"); }
     T& element(size_type index) const noexcept { return mSegments[index / SegmentSize][index % SegmentSize]; }
@@ -74,9 +81,16 @@ private:
         return value = T{};
     }
     void addSegment() {
-        mSegments.reserve(mSegments.size() + 1);
-        mSegments.push_back(
-            static_cast<T*>(Memory::allocateBytes(mSegments.getAllocator(), sizeof(T) * std::size_t{SegmentSize})));
+        if (capacity() > std::numeric_limits<size_type>::max() - SegmentSize)
+            throw std::length_error("vector<T> too long");
+        mSegments.push_back(nullptr);
+        try {
+            mSegments.back() =
+                static_cast<T*>(Memory::allocateBytes(mSegments.getAllocator(), sizeof(T) * std::size_t{SegmentSize}));
+        } catch (...) {
+            mSegments.pop_back();
+            throw;
+        }
     }
 
     Vector<T*> mSegments;

@@ -29,7 +29,7 @@ public:
     /// Null unregisters.
     static void registerDebugger(IDebugRenderCallback* callback) noexcept;
     /// Null when there is none.
-    static IDebugRenderCallback* GetInstance() noexcept;
+    static IDebugRenderCallback* GetInstance() noexcept; // NOLINT(readability-identifier-naming): a contract
 
     DebugRenderCallback() = delete;
 };

@@ -12,7 +12,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <new>
-#include <ranges>
 #include <string_view>
 #include <vector>
 
@@ -56,10 +55,12 @@ const void* pointerOf(uint64 address) noexcept {
 /// Leaves those functions that enclose both places; both are in the code of one function.
 void keepCommonFunctions(std::vector<Platform::FunctionInfo>& functions,
                          const std::vector<Platform::FunctionInfo>& others) {
-    const auto ends = std::ranges::mismatch(functions | std::views::reverse, others | std::views::reverse, {},
-                                            &Platform::FunctionInfo::mName, &Platform::FunctionInfo::mName);
-    if (ends.in1 != functions.rbegin())
-        functions.erase(functions.begin(), ends.in1.base());
+    const auto isSame = [](const Platform::FunctionInfo& a, const Platform::FunctionInfo& b) {
+        return a.mName == b.mName;
+    };
+    const auto ends = std::mismatch(functions.rbegin(), functions.rend(), others.rbegin(), others.rend(), isSame);
+    if (ends.first != functions.rbegin())
+        functions.erase(functions.begin(), ends.first.base());
 }
 
 } // namespace

@@ -17,8 +17,9 @@ struct ManagedPrefix {
     std::size_t objectSize;        ///< 0 once claimed, and where nobody claims
 };
 
-/// The claimable blocks whose objects this thread is about to construct, the youngest first. A chain, because the arguments of a
-/// constructor may themselves be made with `new` between the taking of the block and the constructor's start.
+/// The claimable blocks whose objects this thread is about to construct, the youngest first. A chain, because the
+/// arguments of a constructor may themselves be made with `new` between the taking of the block and the constructor's
+/// start.
 thread_local constinit ManagedPrefix* tUnclaimed = nullptr;
 
 ManagedPrefix* prefixOf(void* object) noexcept {

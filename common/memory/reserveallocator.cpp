@@ -26,8 +26,8 @@ struct alignas(std::max_align_t) Slot {
     std::byte bytes[cSlotSize];
 };
 
-/// This thread is asking the exception allocator. When that fails by making such an exception itself, as an allocator of
-/// the host may, it is not asked for that one too.
+/// This thread is asking the exception allocator. When that fails by making such an exception itself, as an allocator
+/// of the host may, it is not asked for that one too.
 thread_local constinit bool tIsAsking = false;
 
 void* askExceptionAllocator(const AllocatorPtr& origin, uint32 size) noexcept {
@@ -64,7 +64,8 @@ public:
     }
 
     void* tryAlloc(uint32 size) noexcept override {
-        const uint64 all = uint64{size} + sizeof(BlockHeader);
+        // Rounded up, because allocators align what is a multiple of a word.
+        const uint64 all = (uint64{size} + sizeof(BlockHeader) + sizeof(void*) - 1) / sizeof(void*) * sizeof(void*);
         if (all > 0xFFFFFFFFu)
             return nullptr;
         AllocatorPtr origin = Library::getExceptionAlloc();
@@ -103,6 +104,9 @@ private:
 
 /// Neither object ever goes: exceptions may outlive everything else.
 struct Reserve {
+    /// Written out, so that nothing touches the slots before they are needed.
+    Reserve() noexcept {}
+
     ReserveAllocator allocator;
     AllocatorPtr pointer{&allocator};
 };

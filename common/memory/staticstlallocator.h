@@ -16,7 +16,7 @@ class StaticSTLAllocator {
 public:
     using value_type = T;
     template <class Other>
-    struct rebind {
+    struct rebind { // NOLINT(readability-identifier-naming): the name that the standard library asks for
         using other = StaticSTLAllocator<Other, Getter>;
     };
 

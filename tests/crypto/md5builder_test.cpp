@@ -77,7 +77,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a stream is digested from its position, for a le
         const char* name;
         int64 length;
         bool expected;
-        uint64 digested;
+        std::size_t digested;
         std::vector<std::string> calls;
     };
     const Case cases[] = {

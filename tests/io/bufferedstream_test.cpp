@@ -42,7 +42,7 @@ public:
 
 std::string readText(Stream& stream, uint64 numBytes) {
     std::string text(100, '?');
-    text.resize(stream.read(text.data(), numBytes));
+    text.resize(static_cast<std::size_t>(stream.read(text.data(), numBytes)));
     return text;
 }
 
@@ -122,7 +122,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a seek calls below only when it leaves the buffe
         CHECK(stream.seek(entry.offset, entry.origin) == entry.target);
         CHECK(below.takeCalls() == entry.calls);
         CHECK(stream.getPosition() == entry.target);
-        CHECK(readText(stream, 3) == patternOf(20).substr(entry.target, 3));
+        CHECK(readText(stream, 3) == patternOf(20).substr(static_cast<std::size_t>(entry.target), 3));
     }
 }
 
@@ -164,8 +164,8 @@ TEST_CASE_FIXTURE(LibraryTest,
         {"a seek by an offset", 9, [](auto& stream) { stream.seek(5, Stream::SORIGIN_CURRENT); }},
         {"releaseAndClose", 4, [](auto& stream) { stream.releaseAndClose(); }},
     };
-    for (const auto& [name, position, handOn] : cases) {
-        CAPTURE(name);
+    for (const Case& entry : cases) {
+        CAPTURE(entry.name);
         RecordingStream below("0123456789");
         IO::BufferedStream stream(&below, 8);
         stream.seek(1, Stream::SORIGIN_BEGIN);
@@ -174,9 +174,9 @@ TEST_CASE_FIXTURE(LibraryTest,
         stream.write("X", 1);
         CHECK(stream.getPosition() == 4);
         CHECK(below.getBytes() == "0123456789");
-        handOn(stream);
+        entry.handOn(stream);
         CHECK(below.getBytes() == "0abXdef789");
-        CHECK(below.getPosition() == position);
+        CHECK(below.getPosition() == entry.position);
     }
 }
 
@@ -186,7 +186,7 @@ TEST_CASE_FIXTURE(LibraryTest, "any mix of reads, writes and seeks does what it 
     for (const uint32 bufferSize : {1u, 2u, 7u, 16u, 300u}) {
         CAPTURE(bufferSize);
         std::string model = patternOf(100);
-        uint64 position = 0;
+        std::size_t position = 0;
         RecordingStream below(model);
         IO::BufferedStream stream(&below, bufferSize);
         for (int step = 0; step < 4000; ++step) {
@@ -194,7 +194,7 @@ TEST_CASE_FIXTURE(LibraryTest, "any mix of reads, writes and seeks does what it 
             switch (upTo(3)) {
             case 0:
                 CHECK(readText(stream, count) == model.substr(position, count));
-                position += std::min<uint64>(count, model.size() - position);
+                position += std::min<std::size_t>(count, model.size() - position);
                 break;
             case 1: {
                 const std::string bytes = patternOf(upTo(200) + count).substr(0, count);
@@ -206,8 +206,8 @@ TEST_CASE_FIXTURE(LibraryTest, "any mix of reads, writes and seeks does what it 
                 break;
             }
             case 2: {
-                const uint64 target = upTo(static_cast<uint32>(model.size()));
-                CHECK(stream.seek(static_cast<int64>(target - position), Stream::SORIGIN_CURRENT) == target);
+                const uint32 target = upTo(static_cast<uint32>(model.size()));
+                CHECK(stream.seek(target - static_cast<int64>(position), Stream::SORIGIN_CURRENT) == target);
                 position = target;
                 break;
             }

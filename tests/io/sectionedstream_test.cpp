@@ -18,7 +18,7 @@ using Texts = std::vector<std::string>;
 
 std::string readText(Stream& stream, uint64 numBytes) {
     std::string text(100, '?');
-    text.resize(stream.read(text.data(), numBytes));
+    text.resize(static_cast<std::size_t>(stream.read(text.data(), numBytes)));
     return text;
 }
 
@@ -102,21 +102,21 @@ TEST_CASE_FIXTURE(LibraryTest, "a seek stays inside the section, whose end belon
         {cLeast, Stream::SORIGIN_END, -1}, {-20, Stream::SORIGIN_CURRENT, 0},  {-21, Stream::SORIGIN_CURRENT, -1},
         {30, Stream::SORIGIN_CURRENT, 50}, {31, Stream::SORIGIN_CURRENT, -1},  {cMost, Stream::SORIGIN_CURRENT, -1},
     };
-    for (const auto& [offset, origin, target] : cases) {
-        CAPTURE(offset);
-        CAPTURE(static_cast<int>(origin));
+    for (const Case& entry : cases) {
+        CAPTURE(entry.offset);
+        CAPTURE(static_cast<int>(entry.origin));
         RecordingStream below(patternOf(1000));
         IO::SectionedStream section("entry", &below, 100, 150, true);
         section.seek(20, Stream::SORIGIN_BEGIN);
-        if (target < 0) {
+        if (entry.target < 0) {
             const auto thrown = checkThrown<Exceptions::ArgumentOutOfRangeException>(
-                [&] { section.seek(offset, origin); }, "ArgumentOutOfRangeException",
+                [&] { section.seek(entry.offset, entry.origin); }, "ArgumentOutOfRangeException",
                 "Seeks out of the range of the stream");
             CHECK(thrown->getArgumentName() == "offset");
         } else {
-            CHECK(section.seek(offset, origin) == static_cast<uint64>(target));
+            CHECK(section.seek(entry.offset, entry.origin) == static_cast<uint64>(entry.target));
         }
-        CHECK(section.getPosition() == static_cast<uint64>(target < 0 ? 20 : target));
+        CHECK(section.getPosition() == static_cast<uint64>(entry.target < 0 ? 20 : entry.target));
         CHECK(below.getPosition() == 100 + section.getPosition());
     }
 }

@@ -137,8 +137,8 @@ TEST_CASE_FIXTURE(BareTest, "every allocator hands out blocks that are aligned, 
         {"thread-safe over a plain free list",
          AllocatorPtr(new ThreadSafeAllocator(AllocatorPtr(new FreeListAllocator(callback)))), true},
         {"free list over free list",
-         AllocatorPtr(new ThreadSafeAllocWrapper<FreeListAllocator, cSpins>(
-             AllocatorPtr(new FreeListAllocator(wholeHeap)))),
+         AllocatorPtr(
+             new ThreadSafeAllocWrapper<FreeListAllocator, cSpins>(AllocatorPtr(new FreeListAllocator(wholeHeap)))),
          true},
     };
     for (const Case& c : cases) {

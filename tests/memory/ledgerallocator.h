@@ -45,7 +45,7 @@ public:
     std::vector<uint32> mAsked;
     std::vector<void*> mOutstanding; ///< the oldest first
     std::vector<void*> mReturned;    ///< in the order in which they came
-    std::atomic<int> mLeft{-1}; ///< grants this many blocks more; all when negative
+    std::atomic<int> mLeft{-1};      ///< grants this many blocks more; all when negative
     std::atomic<bool> mWasShared{false};
     bool* mIsGone = nullptr;
 

@@ -98,9 +98,15 @@ TEST_CASE_FIXTURE(Hosts, "what throws between the taking of the block and the en
 TEST_CASE_FIXTURE(Hosts, "an object is deleted through any of its bases") {
     auto* mixed = new (one) Mixed;
     CHECK(mixed->getAllocator() == one);
-    SUBCASE("the managed one") { delete static_cast<MemoryManaged*>(mixed); }
-    SUBCASE("the first one") { delete static_cast<Named*>(mixed); }
-    SUBCASE("a virtual one") { delete static_cast<ReferenceCounted*>(mixed); }
+    SUBCASE("the managed one") {
+        delete static_cast<MemoryManaged*>(mixed);
+    }
+    SUBCASE("the first one") {
+        delete static_cast<Named*>(mixed);
+    }
+    SUBCASE("a virtual one") {
+        delete static_cast<ReferenceCounted*>(mixed);
+    }
     SUBCASE("the last pointer to a counted one") {
         Callback::CallbackPtr<Mixed> pointer(mixed);
         const auto copy = pointer;

@@ -20,7 +20,7 @@ namespace {
 
 std::string readText(Stream& stream, uint64 numBytes) {
     std::string text(1000, '?');
-    text.resize(stream.read(text.data(), numBytes));
+    text.resize(static_cast<std::size_t>(stream.read(text.data(), numBytes)));
     return text;
 }
 
@@ -58,18 +58,18 @@ TEST_CASE_FIXTURE(LibraryTest, "a block is taken only when a byte goes into it, 
 
 TEST_CASE_FIXTURE(LibraryTest, "any mix of reads, writes and seeks does what it does to plain bytes") {
     std::mt19937 random(11);
-    const auto upTo = [&random](uint64 most) { return random() % (most + 1); };
+    const auto upTo = [&random](std::size_t most) { return static_cast<std::size_t>(random() % (most + 1)); };
     for (const uint32 blockSize : {1u, 3u, 4u, 8u, 64u, 1000u}) {
         CAPTURE(blockSize);
         MemoryStream stream("stream", blockSize);
         std::string model;
-        uint64 position = 0;
+        std::size_t position = 0;
         for (int step = 0; step < 4000; ++step) {
-            const uint64 count = upTo(1) != 0 ? upTo(20) : uint64{1} << upTo(3);
+            const std::size_t count = upTo(1) != 0 ? upTo(20) : std::size_t{1} << upTo(3);
             switch (upTo(2)) {
             case 0:
                 REQUIRE(readText(stream, count) == model.substr(position, count));
-                position += std::min<uint64>(count, model.size() - position);
+                position += std::min(count, model.size() - position);
                 break;
             case 1: {
                 const std::string bytes = patternOf(upTo(200) + count).substr(0, count);
@@ -81,10 +81,10 @@ TEST_CASE_FIXTURE(LibraryTest, "any mix of reads, writes and seeks does what it 
                 break;
             }
             default: {
-                const uint64 target = upTo(model.size());
-                const uint64 bases[] = {position, model.size(), 0};
-                const uint64 origin = upTo(2);
-                REQUIRE(stream.seek(static_cast<int64>(target - bases[origin]),
+                const std::size_t target = upTo(model.size());
+                const std::size_t bases[] = {position, model.size(), 0};
+                const std::size_t origin = upTo(2);
+                REQUIRE(stream.seek(static_cast<int64>(target) - static_cast<int64>(bases[origin]),
                                     static_cast<Stream::SeekOrigin>(origin + 1)) == target);
                 position = target;
             }
@@ -98,7 +98,11 @@ TEST_CASE_FIXTURE(LibraryTest, "any mix of reads, writes and seeks does what it 
 TEST_CASE_FIXTURE(LibraryTest, "a seek outside the stream is refused and does not move") {
     constexpr int64 cMost = std::numeric_limits<int64>::max();
     constexpr int64 cLeast = std::numeric_limits<int64>::min();
-    const std::pair<int64, Stream::SeekOrigin> cases[] = {
+    struct Case {
+        int64 offset;
+        Stream::SeekOrigin origin;
+    };
+    const Case cases[] = {
         {-1, Stream::SORIGIN_BEGIN},      {9, Stream::SORIGIN_BEGIN},        {1, Stream::SORIGIN_END},
         {-9, Stream::SORIGIN_END},        {4, Stream::SORIGIN_CURRENT},      {-6, Stream::SORIGIN_CURRENT},
         {cMost, Stream::SORIGIN_CURRENT}, {cLeast, Stream::SORIGIN_CURRENT}, {cLeast, Stream::SORIGIN_BEGIN},
@@ -107,11 +111,11 @@ TEST_CASE_FIXTURE(LibraryTest, "a seek outside the stream is refused and does no
     MemoryStream stream("stream", 4);
     stream.write("01234567", 8);
     stream.seek(5, Stream::SORIGIN_BEGIN);
-    for (const auto& [offset, origin] : cases) {
-        CAPTURE(offset);
-        CAPTURE(static_cast<int>(origin));
+    for (const Case& entry : cases) {
+        CAPTURE(entry.offset);
+        CAPTURE(static_cast<int>(entry.origin));
         const auto thrown = checkThrown<Exceptions::ArgumentOutOfRangeException>(
-            [&, offset = offset, origin = origin] { stream.seek(offset, origin); }, "ArgumentOutOfRangeException",
+            [&] { stream.seek(entry.offset, entry.origin); }, "ArgumentOutOfRangeException",
             "Offset leads out of range of the stream");
         CHECK(thrown->getArgumentName() == "offset");
         CHECK(stream.getPosition() == 5);

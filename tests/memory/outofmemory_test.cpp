@@ -158,15 +158,6 @@ TEST_CASE_FIXTURE(LibraryTest, "whatever fails for want of the n-th block leaves
     }
 }
 
-TEST_CASE_FIXTURE(LibraryTest, "more than can be asked for is refused without asking") {
-    const auto taken = getMemory().getTaken();
-    if constexpr (sizeof(std::size_t) > sizeof(uint32)) {
-        constexpr auto cTooMuch = static_cast<std::size_t>(uint64{1} << 32);
-        catchThrown<OutOfMemoryException>([&] { Memory::allocateBytes(allocator(), cTooMuch); });
-        CHECK(getMemory().getTaken() - taken <= 3); // the exception's own needs
-    }
-}
-
 TEST_CASE_FIXTURE(BareTest, "an exception outlives the library that it came from") {
     Interface::initLibrary(getMemoryCallback());
     const auto exceptions = makeExceptions(1);

@@ -61,7 +61,7 @@ BareTest::BareTest() : mPreviousCallback(Interface::getAssertCallback()), mMemor
 }
 
 BareTest::~BareTest() {
-    CHECK(countThreadsDownTo(mThreads) == mThreads);
+    CHECK(countThreadsDownTo(mThreads) <= mThreads);
     std::string leaked;
     for (const std::string& descriptor : listDescriptors()) {
         if (!mDescriptors.contains(descriptor))

@@ -31,17 +31,20 @@ public:
         mCalls.push_back("read " + std::to_string(numBytes));
         failIfDue();
         const uint64 left = mPosition < mBytes.size() ? mBytes.size() - mPosition : 0;
-        const uint64 count = std::min({numBytes, left, mLongestRead});
-        std::copy_n(mBytes.data() + std::min<uint64>(mPosition, mBytes.size()), count, static_cast<char*>(dst));
+        const auto count = static_cast<std::size_t>(std::min({numBytes, left, mLongestRead}));
+        if (count != 0)
+            std::copy_n(mBytes.data() + static_cast<std::size_t>(mPosition), count, static_cast<char*>(dst));
         mPosition += count;
         return count;
     }
     void write(const void* src, uint64 numBytes) override {
         mCalls.push_back("write " + std::to_string(numBytes));
         failIfDue();
-        if (mBytes.size() < mPosition + numBytes)
-            mBytes.resize(mPosition + numBytes);
-        std::copy_n(static_cast<const char*>(src), numBytes, mBytes.data() + mPosition);
+        const auto end = static_cast<std::size_t>(mPosition + numBytes);
+        if (mBytes.size() < end)
+            mBytes.resize(end);
+        std::copy_n(static_cast<const char*>(src), static_cast<std::size_t>(numBytes),
+                    mBytes.data() + static_cast<std::size_t>(mPosition));
         mPosition += numBytes;
     }
     uint64 seek(int64 offset, SeekOrigin origin) override {
@@ -96,9 +99,9 @@ private:
 };
 
 /// `count` bytes that tell their place: the same again only after 251 of them.
-inline std::string patternOf(uint64 count) {
+inline std::string patternOf(std::size_t count) {
     std::string bytes(count, '\0');
-    for (uint64 at = 0; at < count; ++at)
+    for (std::size_t at = 0; at < count; ++at)
         bytes[at] = static_cast<char>(at % 251);
     return bytes;
 }

@@ -14,15 +14,16 @@ namespace Tarq::Common::Memory {
 /// `OutOfMemoryException`.
 void* newManagedBlock(std::size_t size, const AllocatorPtr& allocator);
 
-/// The same, for an object with a base class that asks for the allocator through `claimManagedBlock`: on this thread,
-/// before anything else comes of the block than its release.
+/// The same, for an object whose base class asks for the allocator with `claimManagedBlock`. The thread that took the
+/// block is the one that claims it, or deletes it when the constructor does not come.
 void* newClaimableBlock(std::size_t size, const AllocatorPtr& allocator);
 
 /// Gives the bytes of an object, which is destroyed already or was never made, back to the recorded allocator.
 void deleteManagedBlock(void* object) noexcept;
 
 /// Returns the allocator of the block around `object`, if its constructor runs inside a claimable block that this
-/// thread took and no constructor has asked for yet; an empty pointer for an object anywhere else (on the stack, inside another one).
+/// thread took and no constructor has asked for yet; an empty pointer for an object anywhere else (on the stack, inside
+/// another one).
 ///
 /// Asked once for each block: the base class of what is made there asks first.
 AllocatorPtr claimManagedBlock(const void* object) noexcept;
