@@ -33,21 +33,24 @@ const char* verdict(const Result& result, bool smoke) {
 } // namespace
 
 void ResultTable::printHeader() const {
-    std::printf("%-36s %10s %10s  %6s  %-6s %-10s  %s\n", "work", "ours", "peer", "ratio", "goal", "", "peer");
+    std::printf("%-32s %10s %10s %7s  %-7s %s\n", "work", "ours", "peer", "ratio", "", "goal");
 }
 
 void ResultTable::printResult(const Result& result) const {
-    char goal[16] = "-";
+    char goal[16] = "beside";
     if (result.goal != 0)
-        std::snprintf(goal, sizeof(goal), "%.2f", result.goal);
-    std::printf("%-36s %10s %10s  %6.3f  %-6s %-10s  %s\n", result.name.c_str(),
-                formatTime(result.oursNanoseconds).c_str(), formatTime(result.peerNanoseconds).c_str(), result.ratio(),
-                goal, verdict(result, mSmoke), result.peer.c_str());
+        std::snprintf(goal, sizeof(goal), "<= %.2f x", result.goal);
+    std::printf("%-32s %10s %10s %7.3f  %-7s %s %s", result.name.c_str(), formatTime(result.oursNanoseconds).c_str(),
+                formatTime(result.peerNanoseconds).c_str(), result.ratio(), verdict(result, mSmoke), goal,
+                result.peer.c_str());
+    if (!mSmoke && result.disturbedRounds != 0)
+        std::printf("  (%u of %u rounds disturbed)", result.disturbedRounds, 2 * mRounds);
+    std::puts("");
     std::fflush(stdout);
 }
 
 void ResultTable::printFailure(const std::string& name, const std::string& what) const {
-    std::printf("%-36s FAILED: %s\n", name.c_str(), what.c_str());
+    std::printf("%-32s FAILED: %s\n", name.c_str(), what.c_str());
     std::fflush(stdout);
 }
 
@@ -58,12 +61,15 @@ void ResultTable::printSummary(const std::vector<Result>& results) const {
     }
     const auto goals = std::count_if(results.begin(), results.end(), [](const Result& r) { return r.goal != 0; });
     const auto met = std::count_if(results.begin(), results.end(), [](const Result& r) { return r.isMet(); });
-    std::printf("%td of %td goals met (ratio: time of ours / time of the peer)\n", met, goals);
+    std::printf("%td of %td goals met. The ratio is time of ours / time of the peer; a round is disturbed "
+                "when another program\ntakes the processor away.\n",
+                met, goals);
 }
 
 void ResultTable::writeJson(const std::string& path, const std::vector<Result>& results) const {
     std::ofstream file(path);
-    file << "{\n  \"smoke\": " << (mSmoke ? "true" : "false") << ",\n  \"rounds\": " << mRounds << ",\n  \"results\": [";
+    file << "{\n  \"smoke\": " << (mSmoke ? "true" : "false") << ",\n  \"rounds\": " << mRounds
+         << ",\n  \"results\": [";
     const char* separator = "\n";
     for (const Result& result : results) {
         file << separator << "    { \"name\": \"" << result.name << "\", \"peer\": \"" << result.peer

@@ -35,5 +35,4 @@ private:
     unsigned mRounds; ///< of each side
 };
 
-
 } // namespace Tarq::Bench

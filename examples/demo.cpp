@@ -6,7 +6,8 @@
 //
 //     tarq-demo some/directory | md5sum -c
 //
-// Ends with 0; with 1 when a file could not be read or memory was left; with 2 when there is no such directory.
+// Ends with 0; with 1 when a file could not be read, a digest could not be written or memory was left; with 2 when
+// there is no such directory.
 
 #include "consolelistener.h"
 #include "countingmemory.h"
@@ -122,6 +123,8 @@ void digestDirectory(const std::filesystem::path& directory, Totals& totals) {
             reportFailure(totals, name, holder->composeText(Exceptions::Exception::CALLSTACK_NONE));
         }
     }
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        reportFailure(totals, "standard output", "not every digest could be written");
     Debug::report({Debug::LOG_MESSAGE, "digestDirectory"}, "Digested files: ", totals.files, ", bytes: ", totals.bytes);
 }
 

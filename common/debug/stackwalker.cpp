@@ -157,10 +157,9 @@ bool StackWalker::walk(FrameSource& source, const void* maker) {
             return false;
         }
         // A function that calls itself returns to the same address again and again, but each time further out.
-        const bool standsStill = kind != FRAME_FIRST && frame.mStackAddress == previous.mStackAddress;
-        const bool repeats =
-            frame.mProgramCounter == frame.mReturnAddress || frame.mProgramCounter == previous.mProgramCounter;
-        if (standsStill && repeats) {
+        const bool repeats = frame.mProgramCounter == frame.mReturnAddress ||
+                             (kind != FRAME_FIRST && frame.mProgramCounter == previous.mProgramCounter);
+        if (repeats && frame.mStackAddress == previous.mStackAddress) {
             OnDbgHelpErr("StackWalk64-Endless-Callstack!", 0, frame.mProgramCounter);
             return false;
         }
@@ -186,9 +185,10 @@ void StackWalker::showFrame(FrameKind kind, const Frame& frame, const void* make
         keepCommonFunctions(info.mFunctions, Platform::resolveAddress(addressOf(maker) - 1).mFunctions);
     if (mOptions & OPTION_MODULE)
         fillModule(info.mModule, record);
-    static const Platform::FunctionInfo cUnknown;
-    if (info.mFunctions.empty() || !(mOptions & (OPTION_SYMBOL | OPTION_LINE)))
-        showFunction(kind, cUnknown, record);
+    if (!(mOptions & (OPTION_SYMBOL | OPTION_LINE)))
+        info.mFunctions.clear();
+    if (info.mFunctions.empty())
+        showFunction(kind, Platform::FunctionInfo(), record);
     for (const Platform::FunctionInfo& function : info.mFunctions) {
         showFunction(kind, function, record);
         kind = FRAME_FURTHER;

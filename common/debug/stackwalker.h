@@ -36,13 +36,13 @@ struct FrameRecord {
 struct Frame {
     uint64 mProgramCounter = 0; ///< 0 when unknown
     uint64 mReturnAddress = 0;  ///< 0 in the last frame
-    uint64 mStackAddress = 0;   ///< where on the stack the frame lies
+    uint64 mStackAddress = 0;   ///< where on the stack the frame lies; 0 when unknown
     /// Whether the program counter stands behind a call, and not at an instruction that is yet to run.
     bool mIsBehindCall = true;
 };
 
-/// Where a walk takes its frames from, when that is not the calling thread: a record, a dump, another machine's memory,
-/// a thread whose registers the host knows. The innermost frame comes first.
+/// Where a walk takes its frames from, when that is not the calling thread: a record, or a thread whose registers and
+/// memory the host knows how to read. The innermost frame comes first.
 class TARQ_API FrameSource {
 public:
     virtual ~FrameSource();

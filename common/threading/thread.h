@@ -81,9 +81,9 @@ public:
     /// Waits without limit for the thread to end and returns its exit code.
     ///
     /// The thread's own static objects are gone by then, if somebody has held a handle to it throughout.
-    /// Asserts "Invalid thread handle" without a handle; "cannot join thread" on the thread itself, and on one of two
-    /// threads that join each other; "cannot get exit code from joined thread" for a thread that was cancelled, or that
-    /// the library did not start and `exit` did not end. Returns `cNoExitCode` then.
+    /// Asserts "Invalid thread handle" without a handle; "cannot join thread" on the thread itself; "cannot get exit
+    /// code from joined thread" for a thread that was cancelled, or that the library did not start and `exit` did not
+    /// end. Returns `cNoExitCode` then.
     int join();
 
     /// Ends the calling thread with `code`; destructors run on the way. Let it pass: a `catch (...)` throws it on, and

@@ -139,6 +139,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a walk ends at the last frame, at a failure, or 
          {"?", "frame 0", "?", "frame 1", "?", "frame 1", "?", "frame 1", "frame 2"},
          true},
         {"the same frame again", {{1, 2, 10}, {1, 2, 10}}, {"?", "frame 0", endless}, false},
+        {"a first frame that returns to itself", {{2, 2, 0}}, {endless}, false},
         {"a frame that returns to itself", {{1, 2, 0}, {2, 2, 0}}, {"?", "frame 0", endless}, false},
     };
     for (const Case& tested : cases) {

@@ -120,7 +120,7 @@ TEST_CASE_FIXTURE(Hosts, "an object that nobody allocated takes its buffers from
     const Mixed mixed;
     CHECK(leaf.getAllocator() == Library::getTempAlloc());
     CHECK(mixed.getAllocator() == Library::getTempAlloc());
-    Leaf* const onGlobalHeap = new (AllocatorPtr()) Leaf;
+    Leaf* const onGlobalHeap = new (AllocatorPtr(nullptr)) Leaf;
     CHECK(onGlobalHeap->getAllocator() == Library::getTempAlloc());
     delete onGlobalHeap;
 }
@@ -144,7 +144,7 @@ TEST_CASE_FIXTURE(BareTest, "exceptions that end on another thread leave nothing
         for (const Exceptions::Exception* exception : exceptions)
             delete exception;
     }).join();
-    Leaf* const leaf = new (AllocatorPtr()) Leaf;
+    Leaf* const leaf = new (AllocatorPtr(nullptr)) Leaf;
     CHECK(leaf->getAllocator() == AllocatorPtr());
     delete leaf;
 }

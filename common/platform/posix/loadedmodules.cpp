@@ -132,21 +132,6 @@ uint32 countSymbols(const ExportTables& tables) noexcept {
     return last + 1;
 }
 
-void findExportedSymbol(const dl_phdr_info& info, uint64 address, std::string& symbol, uint64& offset) {
-    const ExportTables tables = findExportTables(info);
-    if (!tables.symbols || !tables.names)
-        return;
-    for (const ElfW(Sym) & candidate : std::span(tables.symbols, countSymbols(tables))) {
-        const uint64 begin = info.dlpi_addr + candidate.st_value;
-        if (ELF32_ST_TYPE(candidate.st_info) != STT_FUNC || candidate.st_shndx == SHN_UNDEF || address < begin ||
-            address - begin >= candidate.st_size)
-            continue;
-        symbol = tables.names + candidate.st_name;
-        offset = address - begin;
-        return;
-    }
-}
-
 } // namespace
 
 LoadCounts readLoadCounts() noexcept {
@@ -167,14 +152,36 @@ std::vector<LoadedModule> listLoadedModules() noexcept {
     return modules;
 }
 
-bool findLoadedModule(uint64 address, LoadedModule& module, std::string& symbol, uint64& offset) noexcept {
+bool findLoadedModule(uint64 address, LoadedModule& module) noexcept {
     bool isFound = false;
     visitModules([&](const dl_phdr_info& info) {
         if (!containsAddress(info, address))
             return false;
         module = describe(info);
         isFound = true;
-        findExportedSymbol(info, address, symbol, offset);
+        return true;
+    });
+    return isFound;
+}
+
+bool findExportedSymbol(uint64 address, std::string& symbol, uint64& offset) noexcept {
+    bool isFound = false;
+    visitModules([&](const dl_phdr_info& info) {
+        if (!containsAddress(info, address))
+            return false;
+        const ExportTables tables = findExportTables(info);
+        if (!tables.symbols || !tables.names)
+            return true;
+        for (const ElfW(Sym) & candidate : std::span(tables.symbols, countSymbols(tables))) {
+            const uint64 begin = info.dlpi_addr + candidate.st_value;
+            if (ELF32_ST_TYPE(candidate.st_info) != STT_FUNC || candidate.st_shndx == SHN_UNDEF || address < begin ||
+                address - begin >= candidate.st_size)
+                continue;
+            symbol = tables.names + candidate.st_name;
+            offset = address - begin;
+            isFound = true;
+            return true;
+        }
         return true;
     });
     return isFound;

@@ -35,8 +35,11 @@ LoadCounts readLoadCounts() noexcept;
 /// When memory runs out, the last ones are missing.
 std::vector<LoadedModule> listLoadedModules() noexcept;
 
-/// Finds the module at `address`, and the exported function around it (`symbol` as the linker knows it, empty when
-/// there is none, and the address's distance from its begin). Returns whether there is a module.
-bool findLoadedModule(uint64 address, LoadedModule& module, std::string& symbol, uint64& offset) noexcept;
+/// Finds the module at `address`; returns whether there is one.
+bool findLoadedModule(uint64 address, LoadedModule& module) noexcept;
+
+/// Finds the exported function around `address`: its name as the linker knows it, and the distance from its begin.
+/// Returns whether there is one.
+bool findExportedSymbol(uint64 address, std::string& symbol, uint64& offset) noexcept;
 
 } // namespace Tarq::Common::Platform

@@ -142,13 +142,13 @@ AddressInfo resolveAddress(uint64 address) noexcept {
     AddressInfo info;
     try {
         LoadedModule loaded;
-        std::string symbol;
-        uint64 offset = 0;
-        if (!findLoadedModule(address, loaded, symbol, offset))
+        if (!findLoadedModule(address, loaded))
             return info;
         info.mModule = makeModuleInfo(loaded);
         info.mModule.mSource = describeFunctions(address, info.mFunctions);
-        if (info.mModule.mSource != SymbolSource::SYMBOLS_NONE || symbol.empty())
+        std::string symbol;
+        uint64 offset = 0;
+        if (info.mModule.mSource != SymbolSource::SYMBOLS_NONE || !findExportedSymbol(address, symbol, offset))
             return info;
         info.mModule.mSource = SymbolSource::SYMBOLS_EXPORTED;
         const FunctionName name = demangle(std::move(symbol));
