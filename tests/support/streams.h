@@ -99,9 +99,9 @@ private:
 };
 
 /// `count` bytes that tell their place: the same again only after 251 of them.
-inline std::string patternOf(std::size_t count) {
-    std::string bytes(count, '\0');
-    for (std::size_t at = 0; at < count; ++at)
+inline std::string patternOf(uint64 count) {
+    std::string bytes(static_cast<std::size_t>(count), '\0');
+    for (std::size_t at = 0; at < bytes.size(); ++at)
         bytes[at] = static_cast<char>(at % 251);
     return bytes;
 }
