@@ -18,8 +18,14 @@ using Memory::AllocatorPtr;
 /// Whoever asserts after the end of the static objects is shown by the default callback.
 constinit NeverDestroyed<Debug::CurrentAssertCallback> gAssertCallback;
 
+/// The exit has released its references; a close that comes later still, from an older static object, has none left.
+constinit bool gHasEnded = false;
+
 struct AssertCallbackRelease {
-    ~AssertCallbackRelease() { gAssertCallback.get().set(nullptr); }
+    ~AssertCallbackRelease() {
+        gAssertCallback.get().set(nullptr);
+        gHasEnded = true;
+    }
 };
 
 /// What goes at the end of the process, the last member first: the counter reports through the assertion callback, so
@@ -32,19 +38,16 @@ struct InterfaceState {
 
 constinit InterfaceState gState;
 
-Memory::Allocator* makeGlobalAllocator(const Callback::MemoryCallbackPtr& memoryCallback) {
+AllocatorPtr makeGlobalAllocator(const Callback::MemoryCallbackPtr& memoryCallback) {
     if (!memoryCallback) {
         using Wrapped = Memory::ThreadSafeAllocWrapper<Memory::DefaultAllocator, Threading::cSpinCount>;
-        Wrapped* const allocator = new (std::nothrow) Wrapped("Default");
-        if (!allocator)
-            Memory::throwOutOfMemory();
-        return allocator;
+        return Memory::makeAllocator<Wrapped>(AllocatorPtr(), "Default");
     }
     using Wrapped = Memory::ThreadSafeAllocWrapper<Callback::CallbackAllocator, Threading::cSpinCount>;
     void* const bytes = memoryCallback->allocate(sizeof(Wrapped));
     if (!bytes)
         Memory::throwOutOfMemory();
-    return ::new (bytes) Wrapped("Callback", memoryCallback);
+    return AllocatorPtr(::new (bytes) Wrapped("Callback", memoryCallback));
 }
 
 } // namespace
@@ -66,7 +69,8 @@ void Interface::closeLibrary() {
     if (!gState.counter.deinit())
         return;
     Library::close();
-    gState.globalAllocator.reset();
+    if (!gHasEnded)
+        gState.globalAllocator.reset();
 }
 
 const AllocatorPtr& Interface::getGlobalAllocator() noexcept {

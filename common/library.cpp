@@ -39,8 +39,7 @@ void Library::init(const AllocatorPtr& allocator) {
         throw new Exceptions::ArgumentNullException("Library: There is no library without an allocator.", "allocator");
     LibraryState& state = gState.get();
     LibraryState before = state;
-    state.debugAlloc =
-        ::new (Memory::allocateBytes(allocator, sizeof(WrappedFreeList))) WrappedFreeList(allocator, allocator);
+    state.debugAlloc = Memory::makeAllocator<WrappedFreeList>(allocator, allocator);
     state.exceptionAlloc = state.debugAlloc;
     state.stringAlloc = state.debugAlloc;
     state.tempAlloc = state.debugAlloc;
@@ -59,8 +58,9 @@ void Library::init(const AllocatorPtr& allocator) {
 
 void Library::close() {
     LibraryState& state = gState.get();
+    Debug::LogReporter* const reporter = std::exchange(state.logReporter, nullptr);
     if (Debug::LogManager* const manager = Debug::LogManager::getInstance())
-        manager->removeLogReporter(std::exchange(state.logReporter, nullptr));
+        manager->removeLogReporter(reporter);
     Debug::LogManager::destroyInstance();
     releaseAllocators(state);
 }

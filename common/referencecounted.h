@@ -59,8 +59,8 @@ public:
 
 /// Base of objects that carry their own count of owners and a lock; a fresh object counts 0.
 ///
-/// The count changes in one atomic step, so nobody ever sees it half done and the lock need not be entered for it. The
-/// lock is there for what a derived class wants to guard together with its owners.
+/// The count changes in one atomic step, so nobody ever sees it half done and the lock is never entered for it; it stands
+/// where the layout has it.
 /// Layout: count one word, lock two words into this base; `Layout` mirrors it for the compiler to check.
 class TARQ_API LockedReferenceCounted {
 public:
@@ -72,8 +72,6 @@ public:
 
 protected:
     LockedReferenceCounted() noexcept : mReferenceLock(Threading::cSpinCount) {}
-
-    Threading::SpinLock& getReferenceLock() noexcept { return mReferenceLock; }
 
 private:
     template <class Base>

@@ -5,7 +5,9 @@
 #include "common/referencecounted.h"
 #include "common/types.h"
 
+#include <compare>
 #include <cstddef>
+#include <string_view> // std::hash, without the weight of <functional>
 #include <type_traits>
 #include <utility>
 
@@ -144,9 +146,11 @@ public:
 
     /// Takes over a fresh object: its count is set to 1, whatever it was; the object held before loses one owner.
     ///
-    /// Asserts that `ptr` is not the object already held (unless null); the pointer then stays as it is, as it does
+    /// Asserts that it is not the object already held (unless null); the pointer then stays as it is, as it does
     /// when the count's block cannot be had: the fresh object is deleted then, and the failure passes on.
-    SharedPtr& operator=(T* ptr) {
+    template <PointsTo<T> Object>
+    SharedPtr& operator=(Object* object) {
+        T* const ptr = object;
         if (!TARQ_ASSERT_AS("ptr != this->mPtr || this->mPtr == NULL", ptr != mPtr || mPtr == nullptr,
                             "No shared pointer should pointer to ptr yet"))
             return *this;
@@ -164,6 +168,16 @@ public:
     /// Lets go of the object; the pointer is empty then.
     void reset() noexcept { SharedPtr().swap(*this); }
 
+    /// The same object as the `To` that it is known to be; both pointers share one count.
+    template <class To>
+    SharedPtr<To, CountPolicy, ObjectPolicy> staticCast() const noexcept {
+        SharedPtr<To, CountPolicy, ObjectPolicy> result;
+        result.mCount = mCount;
+        result.mPtr = static_cast<To*>(mPtr);
+        result.acquire();
+        return result;
+    }
+
     void swap(SharedPtr& other) noexcept {
         std::swap(mCount, other.mCount);
         std::swap(mPtr, other.mPtr);
@@ -180,6 +194,10 @@ public:
 
     friend bool operator==(const SharedPtr& a, const SharedPtr& b) noexcept { return a.mPtr == b.mPtr; }
     friend bool operator==(const SharedPtr& a, const T* b) noexcept { return a.mPtr == b; }
+    /// By address: an order for keys, the same as long as the objects live.
+    friend std::strong_ordering operator<=>(const SharedPtr& a, const SharedPtr& b) noexcept {
+        return std::compare_three_way()(a.mPtr, b.mPtr);
+    }
 
 private:
     template <class, class, class>
@@ -213,3 +231,10 @@ private:
 };
 
 } // namespace Tarq::Common
+
+template <class T, class CountPolicy, class ObjectPolicy>
+struct std::hash<Tarq::Common::SharedPtr<T, CountPolicy, ObjectPolicy>> {
+    std::size_t operator()(const Tarq::Common::SharedPtr<T, CountPolicy, ObjectPolicy>& pointer) const noexcept {
+        return std::hash<T*>()(pointer.get());
+    }
+};

@@ -68,6 +68,15 @@ public:
     explicit BasicString(View text) : mChars(makeChars(text)) {}
     BasicString(View text, const Memory::AllocatorPtr& allocator) : mChars(makeChars(text, allocator)) {}
     BasicString(size_type count, Char c) : BasicString() { append(count, c); }
+    template <std::input_iterator Iterator>
+    BasicString(Iterator first, Iterator last) : BasicString() {
+        if constexpr (std::contiguous_iterator<Iterator> && std::is_same_v<std::iter_value_t<Iterator>, Char>) {
+            assign(View(first, last));
+        } else {
+            for (; first != last; ++first)
+                push_back(*first);
+        }
+    }
     BasicString(const BasicString& other) : mChars(makeChars(other.view())) {}
     BasicString(BasicString&& other) noexcept : BasicString() { swap(other); }
     ~BasicString() {
@@ -85,7 +94,8 @@ public:
 
     const Char* c_str() const noexcept { return mChars.data(); }
     const Char* data() const noexcept { return mChars.data(); }
-    /// The characters, and behind them the NUL, which is not to be changed.
+    /// The characters, and behind them the NUL, which is not to be changed, however it is reached: by `operator[]` and
+    /// `end` too.
     Char* data() noexcept { return mChars.data(); }
     /// The number of characters, the final NUL not counted.
     size_type length() const noexcept { return mChars.size() - 1; }
@@ -105,7 +115,7 @@ public:
     const_reverse_iterator rbegin() const noexcept { return const_reverse_iterator(end()); }
     const_reverse_iterator rend() const noexcept { return const_reverse_iterator(begin()); }
 
-    /// The position right behind the last character reads as the NUL.
+    /// The position right behind the last character reads as the NUL, which is not to be changed.
     Char& operator[](size_type index) noexcept { return mChars[index]; }
     const Char& operator[](size_type index) const noexcept { return mChars[index]; }
     Char& at(size_type index) { return mChars[index < length() ? index : throwOutOfRange()]; }
@@ -118,8 +128,7 @@ public:
     void reserve(size_type count) {
         if (count <= capacity())
             return;
-        chooseAllocator();
-        mChars.reserve(checkedLength(count) + 1);
+        reallocate(checkedLength(count) + 1);
     }
     void resize(size_type count, Char c = Char()) {
         if (count > length())
@@ -135,7 +144,9 @@ public:
     void swap(BasicString& other) noexcept { mChars.swap(other.mChars); }
 
     BasicString& assign(Text text);
+    BasicString& assign(const Char* text, size_type length) { return assign(View(text, length)); }
     BasicString& append(Text text);
+    BasicString& append(const Char* text, size_type length) { return append(View(text, length)); }
     BasicString& append(size_type count, Char c);
     void push_back(Char c) {
         if (!hasRoomFor(1)) [[unlikely]]
@@ -154,6 +165,13 @@ public:
     BasicString& appendDecimal(Number number);
 
     BasicString& insert(size_type position, Text text) { return replace(position, 0, text); }
+    BasicString& insert(size_type position, size_type count, Char c) {
+        checkedPosition(position);
+        append(count, c);
+        std::rotate(begin() + position, end() - count, end());
+        return *this;
+    }
+    /// Works in place: throws nothing but `std::out_of_range`, for a position beyond the end.
     BasicString& erase(size_type position = 0, size_type count = npos) { return replace(position, count, View()); }
     /// Puts `text` in the place of up to `count` characters.
     BasicString& replace(size_type position, size_type count, Text text);
@@ -239,11 +257,11 @@ private:
 
     /// Without it, the characters are the fixed NUL, which is never written to.
     bool hasStorage() const noexcept { return mChars.mBegin != mChars.mCapacityEnd; }
-    /// A string that takes its first storage chooses where from, unless a constructor was told.
-    void chooseAllocator() {
-        if (!hasStorage() && !mChars.getAllocator())
-            mChars.mAllocator = Library::getStringAlloc();
+    /// Where storage comes from: a string that takes its first chooses then, unless a constructor was told.
+    const Memory::AllocatorPtr& storageAllocator() const noexcept {
+        return hasStorage() || mChars.getAllocator() ? mChars.getAllocator() : Library::getStringAlloc();
     }
+    void reallocate(size_type newCapacity);
     bool hasRoomFor(uint64 count) const noexcept { return mChars.size() + count <= mChars.capacity(); }
     /// Makes room for that many more characters.
     void grow(uint64 count);
@@ -265,7 +283,7 @@ inline auto BasicString<Char>::makeChars(View text, const Memory::AllocatorPtr& 
     if (text.empty())
         return Chars(cNoText, allocator);
     const size_type length = checkedLength(text.size());
-    Char* const storage = Chars::takeStorage(allocator, length + 1);
+    Char* const storage = Container::takeStorage<Char>(allocator, length + 1);
     Traits::copy(storage, text.data(), length);
     storage[length] = Char();
     return Chars(typename Chars::Filled{storage, length + 1}, allocator);
@@ -287,8 +305,7 @@ template <class Char>
 BasicString<Char>& BasicString<Char>::assign(Text text) {
     if (text.size() > capacity()) {
         // The new text may be part of the old one, which stays until the copy is made.
-        chooseAllocator();
-        makeChars(text, mChars.getAllocator()).swap(mChars);
+        makeChars(text, storageAllocator()).swap(mChars);
     } else if (hasStorage()) {
         Traits::move(begin(), text.data(), text.size());
         setEnd(begin() + text.size());
@@ -327,8 +344,15 @@ BasicString<Char>& BasicString<Char>::append(size_type count, Char c) {
 template <class Char>
 void BasicString<Char>::grow(uint64 count) {
     const size_type newLength = checkedLength(length() + count);
-    chooseAllocator();
-    mChars.reserve(mChars.grownCapacity(std::max(uint64{newLength} + 1, cSmallestGrowth)));
+    reallocate(mChars.grownCapacity(std::max(uint64{newLength} + 1, cSmallestGrowth)));
+}
+
+template <class Char>
+void BasicString<Char>::reallocate(size_type newCapacity) {
+    Chars grown(storageAllocator());
+    grown.reserve(newCapacity);
+    grown.insert(grown.end(), mChars.begin(), mChars.end());
+    grown.swap(mChars);
 }
 
 template <class Char>
@@ -343,13 +367,22 @@ BasicString<Char>& BasicString<Char>::appendDecimal(Number number) {
 
 template <class Char>
 BasicString<Char>& BasicString<Char>::replace(size_type position, size_type count, Text text) {
-    const View old = view();
-    const View head = old.substr(0, checkedPosition(position));
-    const View tail = old.substr(position + std::min(count, length() - position));
-    BasicString result(View(), mChars.getAllocator());
-    result.reserve(checkedLength(uint64{head.size()} + text.size() + tail.size()));
-    result.append(head).append(text).append(tail);
-    swap(result);
+    count = std::min(count, length() - checkedPosition(position));
+    if (count == 0 && text.empty())
+        return *this;
+    const View tail = view().substr(position + count);
+    const size_type newLength = checkedLength(uint64{position} + text.size() + tail.size());
+    if (newLength <= capacity() && !isInside(text)) {
+        Char* const place = begin() + position;
+        Traits::move(place + text.size(), tail.data(), tail.size());
+        Traits::copy(place, text.data(), text.size());
+        setEnd(begin() + newLength);
+    } else {
+        BasicString result(View(), mChars.getAllocator());
+        result.reserve(std::max(newLength, capacity()));
+        result.append(view().substr(0, position)).append(text).append(tail);
+        swap(result);
+    }
     return *this;
 }
 

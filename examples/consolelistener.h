@@ -14,28 +14,19 @@ public:
     /// `types` are the reports that are wanted, by default all but the two for debugging.
     explicit ConsoleListener(Tarq::Common::Debug::LogType types = Tarq::Common::Debug::LOG_MESSAGE |
                                                                   Tarq::Common::Debug::LOG_WARNING |
-                                                                  Tarq::Common::Debug::LOG_ERROR)
-        : mTypes(types) {
-        Tarq::Common::Debug::LogManager::getInstance()->addListener(mTypes, this);
+                                                                  Tarq::Common::Debug::LOG_ERROR) {
+        if (auto* const manager = Tarq::Common::Debug::LogManager::getInstance())
+            manager->addListener(types, this);
     }
-    ~ConsoleListener() override { Tarq::Common::Debug::LogManager::getInstance()->removeListener(mTypes, this); }
+    ~ConsoleListener() override {
+        if (auto* const manager = Tarq::Common::Debug::LogManager::getInstance())
+            manager->removeListener(this);
+    }
     ConsoleListener(const ConsoleListener&) = delete;
     ConsoleListener& operator=(const ConsoleListener&) = delete;
 
     void onLog(const Tarq::Common::Debug::LogRecord& record) override {
-        std::fprintf(stderr, "%s %s: %s (%s:%u)\n", nameOf(record.mType), record.mReporter.c_str(),
-                     record.mMessage.c_str(), record.mFile.c_str(), record.mLine);
+        std::fprintf(stderr, "%s %s: %s (%s:%u)\n", Tarq::Common::Debug::getLogTypeName(record.mType),
+                     record.mReporter.c_str(), record.mMessage.c_str(), record.mFile.c_str(), record.mLine);
     }
-
-private:
-    static const char* nameOf(Tarq::Common::uint32 type) {
-        using namespace Tarq::Common::Debug;
-        if (type & LOG_ERROR)
-            return "Error";
-        if (type & LOG_WARNING)
-            return "Warning";
-        return type & LOG_MESSAGE ? "Message" : "Debug";
-    }
-
-    Tarq::Common::Debug::LogType mTypes;
 };

@@ -132,9 +132,10 @@ void digestDirectory(const std::filesystem::path& directory, Totals& totals) {
 void loadScene(const String& name) {
     try {
         IO::FileStream(name, IO::FileStream::FACCESS_READ, IO::FileStream::FMODE_OPEN);
-    } catch (IO::FileNotFoundException* cause) {
+    } catch (IO::FileNotFoundException* exception) {
+        Exceptions::Holder cause(exception);
         auto* const failure = new IO::FileNotFoundException("There is no scene", name, cause->getFullFileName());
-        failure->setInnerException(cause);
+        failure->setInnerException(cause.release());
         throw failure;
     }
 }

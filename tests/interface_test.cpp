@@ -46,14 +46,6 @@ TEST_CASE_FIXTURE(BareTest, "only the first start and the last end do work, and 
     CHECK(getMemory().getBytes() == 0);
 }
 
-TEST_CASE_FIXTURE(BareTest, "without a callback the global heap is the memory") {
-    Interface::initLibrary(nullptr);
-    CHECK(Interface::getGlobalAllocator()->getName() == std::string("Default"));
-    CHECK(Interface::getGlobalAllocator()->isThreadSafe());
-    Interface::closeLibrary();
-    CHECK(isDown());
-}
-
 TEST_CASE_FIXTURE(BareTest, "one end too many is an assertion and changes nothing") {
     const auto closeOnceTooOften = [] {
         const ExpectedAssertion expected("mInitCount > 0\nError Message: Deinit is called to often for: Common",

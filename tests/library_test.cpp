@@ -3,7 +3,6 @@
 #include "common/debug/logmanager.h"
 #include "common/exceptions/argumentexception.h"
 #include "common/interface.h"
-#include "common/memory/memoryexception.h"
 
 #include "tests/memory/ledgerallocator.h"
 #include "tests/support/librarytest.h"
@@ -52,43 +51,4 @@ TEST_CASE_FIXTURE(BareTest, "a second start is an assertion; the log manager sta
     CHECK(Library::getLogReporter() == nullptr);
     Library::close();
     CHECK(ledger.mOutstanding.empty());
-}
-
-TEST_CASE_FIXTURE(BareTest, "a start that finds no memory leaves everything as it was") {
-    for (const bool isUp : {false, true}) {
-        for (const auto exhaustion : {LedgerAllocator::EXHAUSTION_NULL, LedgerAllocator::EXHAUSTION_THROW}) {
-            CAPTURE(isUp);
-            CAPTURE(exhaustion);
-            auto& first = *new LedgerAllocator;
-            const AllocatorPtr firstHost(&first);
-            if (isUp)
-                Library::init(firstHost);
-            const AllocatorPtr shared = Library::getDebugAlloc();
-            const Debug::LogReporter* const reporter = Library::getLogReporter();
-
-            auto& second = *new LedgerAllocator(exhaustion);
-            const AllocatorPtr secondHost(&second);
-            int failures = 0;
-            for (bool isDone = false; !isDone; ++failures) {
-                REQUIRE(failures < 100);
-                second.mLeft = failures;
-                const AssertionRecorder whatIsReported;
-                try {
-                    Library::init(secondHost);
-                    isDone = true;
-                } catch (Memory::OutOfMemoryException* exception) {
-                    delete exception;
-                    REQUIRE(second.mOutstanding.empty());
-                    REQUIRE(Library::getDebugAlloc() == shared);
-                    REQUIRE(Library::getExceptionAlloc() == shared);
-                    REQUIRE(Library::getStringAlloc() == shared);
-                    REQUIRE(Library::getTempAlloc() == shared);
-                    REQUIRE(Library::getLogReporter() == reporter);
-                    REQUIRE((Debug::LogManager::getInstance() != nullptr) == isUp);
-                }
-            }
-            CHECK(failures > (isUp ? 1 : 3));
-            Library::close();
-        }
-    }
 }

@@ -1,7 +1,7 @@
 # What the posix backend needs of the system that it is built on.
 
 find_package(Threads REQUIRED)
-find_path(LIBDW_INCLUDE_DIR elfutils/libdwfl.h)
+find_path(LIBDW_INCLUDE_DIR elfutils/libdwelf.h) # brings the other headers with it
 
 # Offsets in files have 64 bits on every machine.
 target_compile_definitions(tarqcommon PRIVATE _FILE_OFFSET_BITS=64)
@@ -22,5 +22,5 @@ if(LIBDW_INCLUDE_DIR)
     target_compile_definitions(tarqcommon PRIVATE TARQ_HAVE_LIBDW_HEADERS)
     target_include_directories(tarqcommon SYSTEM PRIVATE ${LIBDW_INCLUDE_DIR})
 else()
-    message(STATUS "No elfutils/libdwfl.h: call stacks will show addresses only")
+    message(STATUS "No elfutils/libdwelf.h: call stacks will show modules and exported functions only")
 endif()

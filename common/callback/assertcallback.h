@@ -11,7 +11,8 @@ namespace Tarq::Common::Callback {
 /// This default hands the three values to the platform's assertion report, which ends the process: a host installs its
 /// own before it lets others reach the library. Every assertion site carries on after `showAssert` returns.
 ///
-/// Threads: any, several at once. The callback is kept alive while it runs.
+/// Threads: any, several at once. The callback is kept alive while it runs. It does not throw; an assertion that fails
+/// inside of it reaches it again, up to a depth of 8, and below that nobody.
 class TARQ_API AssertCallback : public Memory::AllocatorCaptured, public ReferenceCounted {
 public:
     using AllocatorCaptured::AllocatorCaptured;

@@ -8,7 +8,7 @@ CallbackAllocator::CallbackAllocator(const char* name, const MemoryCallbackPtr& 
 CallbackAllocator::~CallbackAllocator() = default;
 
 void* CallbackAllocator::alloc(uint32 size) {
-    return mCallback->allocate(size);
+    return CallbackAllocator::tryAlloc(size);
 }
 
 void CallbackAllocator::free(void* block) {
@@ -16,7 +16,11 @@ void CallbackAllocator::free(void* block) {
 }
 
 void* CallbackAllocator::tryAlloc(uint32 size) noexcept {
-    return mCallback->allocate(size);
+    try {
+        return mCallback->allocate(size);
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 void CallbackAllocator::reportExhausted(uint32) {}

@@ -5,7 +5,8 @@
 
 namespace Tarq::Common::Callback {
 
-/// The host's memory callback as an allocator: calls pass through unchanged, null in both directions included.
+/// The host's memory callback as an allocator: calls pass through unchanged, null in both directions included. One that
+/// throws, which it should not, has no memory.
 ///
 /// Lives in memory of the callback itself, which is where its bytes go back to.
 class TARQ_API CallbackAllocator : public Memory::Allocator {

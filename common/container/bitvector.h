@@ -69,7 +69,11 @@ public:
         for (const bool value : values)
             push_back(value);
     }
+    /// The copy takes its storage from the source's allocator, or from the one given.
     Vector(const Vector&) = default;
+    Vector(const Vector& other, const Memory::AllocatorPtr& allocator)
+        : mWords(other.mWords, allocator), mSize(other.mSize) {}
+    /// Keeps its own allocator.
     Vector& operator=(const Vector&) = default;
     Vector(Vector&& other) noexcept : mWords(std::move(other.mWords)), mSize(std::exchange(other.mSize, 0)) {}
     Vector& operator=(Vector&& other) noexcept {
@@ -92,10 +96,14 @@ public:
 
     bool operator[](size_type index) const noexcept { return (mWords[index / cBits] & maskOf(index)) != 0; }
     Reference operator[](size_type index) noexcept { return {&mWords[index / cBits], maskOf(index)}; }
+    /// Throws `std::out_of_range`.
+    bool at(size_type index) const { return (*this)[checkedIndex(index)]; }
+    Reference at(size_type index) { return (*this)[checkedIndex(index)]; }
     void set(size_type index, bool value) noexcept { (*this)[index] = value; }
     bool front() const noexcept { return (*this)[0]; }
     bool back() const noexcept { return (*this)[mSize - 1]; }
 
+    void assign(size_type count, bool value) { Vector(getAllocator(), count, value).swap(*this); }
     void reserve(size_type count) { mWords.reserve(wordsFor(checkedSize(count))); }
     void clear() noexcept {
         mWords.clear();
@@ -154,6 +162,11 @@ private:
         if (count > max_size())
             throw std::length_error("vector<bool> too long");
         return static_cast<size_type>(count);
+    }
+    size_type checkedIndex(size_type index) const {
+        if (index >= mSize)
+            throw std::out_of_range("vector<bool> index out of range");
+        return index;
     }
 
     Vector<uint32> mWords;

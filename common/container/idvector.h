@@ -31,7 +31,8 @@ public:
         using reference = T*;
 
         ConstIterator() noexcept = default;
-        T* operator*() const noexcept { return mTable->wordToElement(mID); }
+        /// Null when the element has been removed meanwhile.
+        T* operator*() const noexcept { return mTable->get(mID); }
         uint32 getID() const noexcept { return mID; }
         ConstIterator& operator++() noexcept {
             mID = mTable->nextValidID(mID + 1);
@@ -55,14 +56,27 @@ public:
     };
 
     explicit IDVector(const Memory::AllocatorPtr& allocator) noexcept : mWords(allocator), mValid(allocator) {}
-    IDVector(const IDVector&) = default;
-    /// Leaves the source without slots.
-    IDVector(IDVector&& other) noexcept : IDVector(other.mWords.getAllocator()) { swap(other); }
-    IDVector& operator=(IDVector other) noexcept {
-        swap(other);
+    /// The copy takes its slots from the source's allocator, or from the one given.
+    IDVector(const IDVector& other) : IDVector(other, other.getAllocator()) {}
+    IDVector(const IDVector& other, const Memory::AllocatorPtr& allocator)
+        : mWords(other.mWords, allocator), mValid(other.mValid, allocator), mElementCount(other.mElementCount),
+          mFirstFree(other.mFirstFree), mCursor(other.mCursor) {}
+    /// Leaves the source without slots, on the same allocator.
+    IDVector(IDVector&& other) noexcept : IDVector(other.getAllocator()) { swap(other); }
+    ~IDVector() = default;
+
+    /// Keeps its own allocator.
+    IDVector& operator=(const IDVector& other) {
+        if (this != &other)
+            IDVector(other, getAllocator()).swap(*this);
         return *this;
     }
-    ~IDVector() = default;
+    IDVector& operator=(IDVector&& other) noexcept {
+        IDVector(std::move(other)).swap(*this);
+        return *this;
+    }
+
+    const Memory::AllocatorPtr& getAllocator() const noexcept { return mWords.getAllocator(); }
 
     bool empty() const noexcept { return mElementCount == 0; }
     /// The number of elements.
@@ -116,7 +130,7 @@ public:
     std::default_sentinel_t end() const noexcept { return {}; }
 
     /// Forgets every element and gives the slots back.
-    void clear() noexcept { IDVector(mWords.getAllocator()).swap(*this); }
+    void clear() noexcept { IDVector(getAllocator()).swap(*this); }
 
     void swap(IDVector& other) noexcept {
         mWords.swap(other.mWords);

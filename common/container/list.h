@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/container/listlinks.h"
-#include "common/memory/allocate.h"
+#include "common/container/storage.h"
 #include "common/types.h"
 
 #include <algorithm>
@@ -152,14 +152,7 @@ public:
     /// Makes an element in front of `position`.
     template <class... Arguments>
     iterator emplace(const_iterator position, Arguments&&... arguments) {
-        void* const memory = Memory::allocateBytes(mAllocator, sizeof(Node));
-        Node* node;
-        try {
-            node = ::new (memory) Node(std::forward<Arguments>(arguments)...);
-        } catch (...) {
-            Memory::releaseBytes(mAllocator, memory);
-            throw;
-        }
+        Node* const node = makeNode<Node>(mAllocator, std::forward<Arguments>(arguments)...);
         node->linkBefore(*position.mLinks);
         ++mSize;
         return iterator(node);
@@ -171,7 +164,7 @@ public:
         ListLinks* const next = node->next;
         node->unlink();
         --mSize;
-        destroyNode(node);
+        destroyNode(mAllocator, node);
         return iterator(next);
     }
     iterator erase(const_iterator first, const_iterator last) noexcept {
@@ -212,10 +205,6 @@ private:
     void takeNodes(List& other) noexcept {
         mEnds.takeChain(other.mEnds);
         mSize = std::exchange(other.mSize, 0);
-    }
-    void destroyNode(Node* node) noexcept {
-        std::destroy_at(node);
-        Memory::releaseBytes(mAllocator, node);
     }
 
     Memory::AllocatorPtr mAllocator;

@@ -2,7 +2,7 @@
 
 #include "common/container/lookuptree.h"
 #include "common/container/pair.h"
-#include "common/memory/allocate.h"
+#include "common/container/storage.h"
 #include "common/types.h"
 
 #include <algorithm>
@@ -126,20 +126,20 @@ public:
     bool empty() const noexcept { return mTree.size() == 0; }
     size_type size() const noexcept { return mTree.size(); }
 
-    iterator find(const K& key) noexcept { return iterator(findLinks(key)); }
-    const_iterator find(const K& key) const noexcept { return const_iterator(findLinks(key)); }
-    bool contains(const K& key) const noexcept { return findLinks(key) != mTree.end(); }
-    size_type count(const K& key) const noexcept { return contains(key) ? 1 : 0; }
+    iterator find(const K& key) { return findKey(key); }
+    const_iterator find(const K& key) const { return findKey(key); }
+    bool contains(const K& key) const { return findKey(key) != end(); }
+    size_type count(const K& key) const { return contains(key) ? 1 : 0; }
     /// The first entry whose key does not come before `key`.
-    iterator lower_bound(const K& key) noexcept { return iterator(lowerBound(key)); }
-    const_iterator lower_bound(const K& key) const noexcept { return const_iterator(lowerBound(key)); }
+    iterator lower_bound(const K& key) { return iterator(lowerBound(key)); }
+    const_iterator lower_bound(const K& key) const { return const_iterator(lowerBound(key)); }
     /// The first entry whose key comes after `key`.
-    iterator upper_bound(const K& key) noexcept { return iterator(upperBound(key)); }
-    const_iterator upper_bound(const K& key) const noexcept { return const_iterator(upperBound(key)); }
+    iterator upper_bound(const K& key) { return iterator(upperBound(key)); }
+    const_iterator upper_bound(const K& key) const { return const_iterator(upperBound(key)); }
 
     /// Throws `std::out_of_range` for a key that is not there.
-    V& at(const K& key) { return static_cast<Node*>(checkedLinks(key))->entry.second; }
-    const V& at(const K& key) const { return static_cast<const Node*>(checkedLinks(key))->entry.second; }
+    V& at(const K& key) { return checked(findKey(key))->second; }
+    const V& at(const K& key) const { return checked(findKey(key))->second; }
     /// The value of the key, made with its default constructor if it is not there.
     V& operator[](const K& key) { return try_emplace(key).first->second; }
     V& operator[](K&& key) { return try_emplace(std::move(key)).first->second; }
@@ -166,7 +166,7 @@ public:
         Node* const node = static_cast<Node*>(position.mLinks);
         const iterator following = iterator(LookUpTree::next(node));
         mTree.remove(node);
-        destroyNode(node);
+        destroyNode(mAllocator, node);
         return following;
     }
     iterator erase(iterator position) noexcept { return erase(const_iterator(position)); }
@@ -176,11 +176,11 @@ public:
         return iterator(last.mLinks);
     }
     /// Returns the number of entries that went: 0 or 1.
-    size_type erase(const K& key) noexcept {
-        LookUpLinks* const links = findLinks(key);
-        if (links == mTree.end())
+    size_type erase(const K& key) {
+        const iterator found = findKey(key);
+        if (found == end())
             return 0;
-        erase(const_iterator(links));
+        erase(found);
         return 1;
     }
     void clear() noexcept {
@@ -197,6 +197,19 @@ public:
         return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin());
     }
 
+protected:
+    /// Finds what need not be a key: the two tell whether a key comes before it, or after it.
+    template <class IsBefore, class IsAfter>
+    iterator findWith(IsBefore isBefore, IsAfter isAfter) const {
+        LookUpLinks* const found = partitionPoint(isBefore);
+        return iterator(found != mTree.end() && !isAfter(keyOf(found)) ? found : mTree.end());
+    }
+    iterator checked(iterator found) const {
+        if (found == end())
+            throw std::out_of_range("there is no such key");
+        return found;
+    }
+
 private:
     /// Where a key stands, or where it would be hung in.
     struct Place {
@@ -207,10 +220,12 @@ private:
 
     static const K& keyOf(const LookUpLinks* links) noexcept { return static_cast<const Node*>(links)->entry.first; }
 
-    LookUpLinks* lowerBound(const K& key) const noexcept {
+    /// The first node whose key `isBefore` does not hold for.
+    template <class IsBefore>
+    LookUpLinks* partitionPoint(IsBefore isBefore) const {
         LookUpLinks* found = mTree.end();
         for (LookUpLinks* at = mTree.root(); at;) {
-            if (mLess(keyOf(at), key)) {
+            if (isBefore(keyOf(at))) {
                 at = at->right;
             } else {
                 found = at;
@@ -219,27 +234,15 @@ private:
         }
         return found;
     }
-    LookUpLinks* upperBound(const K& key) const noexcept {
-        LookUpLinks* found = mTree.end();
-        for (LookUpLinks* at = mTree.root(); at;) {
-            if (mLess(key, keyOf(at))) {
-                found = at;
-                at = at->left;
-            } else {
-                at = at->right;
-            }
-        }
-        return found;
+    LookUpLinks* lowerBound(const K& key) const {
+        return partitionPoint([&](const K& other) { return mLess(other, key); });
     }
-    LookUpLinks* findLinks(const K& key) const noexcept {
-        LookUpLinks* const found = lowerBound(key);
-        return found != mTree.end() && !mLess(key, keyOf(found)) ? found : mTree.end();
+    LookUpLinks* upperBound(const K& key) const {
+        return partitionPoint([&](const K& other) { return !mLess(key, other); });
     }
-    LookUpLinks* checkedLinks(const K& key) const {
-        LookUpLinks* const found = findLinks(key);
-        if (found == mTree.end())
-            throw std::out_of_range("there is no such key");
-        return found;
+    iterator findKey(const K& key) const {
+        return findWith([&](const K& other) { return mLess(other, key); },
+                        [&](const K& other) { return mLess(key, other); });
     }
     Place findPlace(const K& key) const {
         Place place{mTree.end(), true};
@@ -258,27 +261,16 @@ private:
 
     template <class Key, class... Arguments>
     iterator emplaceAt(const Place& place, Key&& key, Arguments&&... arguments) {
-        void* const memory = Memory::allocateBytes(mAllocator, sizeof(Node));
-        Node* node;
-        try {
-            node = ::new (memory) Node(std::forward<Key>(key), std::forward<Arguments>(arguments)...);
-        } catch (...) {
-            Memory::releaseBytes(mAllocator, memory);
-            throw;
-        }
+        Node* const node = makeNode<Node>(mAllocator, std::forward<Key>(key), std::forward<Arguments>(arguments)...);
         mTree.insert(node, place.parent, place.atLeft);
         return iterator(node);
-    }
-    void destroyNode(Node* node) noexcept {
-        std::destroy_at(node);
-        Memory::releaseBytes(mAllocator, node);
     }
     /// Recursion is as deep as the tree is high, which is at most 1.44 times the logarithm of its size.
     void destroyBelow(LookUpLinks* links) noexcept {
         while (links) {
             destroyBelow(links->right);
             LookUpLinks* const left = links->left;
-            destroyNode(static_cast<Node*>(links));
+            destroyNode(mAllocator, static_cast<Node*>(links));
             links = left;
         }
     }

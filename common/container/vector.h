@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/memory/allocate.h"
+#include "common/container/storage.h"
 #include "common/types.h"
 
 #include <algorithm>
@@ -301,10 +301,6 @@ private:
         const uint64 grown = uint64{capacity()} + capacity() / 2;
         return std::max(checkedSize(needed), static_cast<size_type>(std::min<uint64>(grown, max_size())));
     }
-    static T* takeStorage(const Memory::AllocatorPtr& allocator, size_type count) {
-        static_assert(alignof(T) <= 8, "allocators align to 8");
-        return static_cast<T*>(Memory::allocateBytes(allocator, std::size_t{count} * sizeof(T)));
-    }
 
     /// Moves elements to new storage; copies them where a move could fail half-way. On failure nothing has changed.
     static void relocate(T* first, T* last, T* target) {
@@ -325,7 +321,7 @@ private:
     }
     void reallocate(size_type newCapacity) {
         const size_type count = size();
-        T* const storage = newCapacity != 0 ? takeStorage(mAllocator, newCapacity) : nullptr;
+        T* const storage = newCapacity != 0 ? takeStorage<T>(mAllocator, newCapacity) : nullptr;
         try {
             relocate(mBegin, mEnd, storage);
         } catch (...) {
@@ -339,7 +335,7 @@ private:
     [[gnu::noinline]] T& emplaceGrown(Arguments&&... arguments) {
         const size_type count = size();
         const size_type newCapacity = grownCapacity(uint64{count} + 1);
-        T* const storage = takeStorage(mAllocator, newCapacity);
+        T* const storage = takeStorage<T>(mAllocator, newCapacity);
         T* made = nullptr;
         try {
             made = std::construct_at(storage + count, std::forward<Arguments>(arguments)...);

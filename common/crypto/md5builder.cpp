@@ -22,22 +22,6 @@ namespace {
 
 constexpr uint32 cStreamBufferSize = 65535;
 
-/// Bytes of an allocator, for as long as the scope lasts.
-class ScopedBytes {
-public:
-    ScopedBytes(const Memory::AllocatorPtr& allocator, uint32 size)
-        : mAllocator(allocator), mBytes(Memory::allocateBytes(allocator, size)) {}
-    ~ScopedBytes() { Memory::releaseBytes(mAllocator, mBytes); }
-    ScopedBytes(const ScopedBytes&) = delete;
-    ScopedBytes& operator=(const ScopedBytes&) = delete;
-
-    void* get() const noexcept { return mBytes; }
-
-private:
-    const Memory::AllocatorPtr& mAllocator;
-    void* mBytes;
-};
-
 } // namespace
 
 static_assert(sizeof(MD5Sum) == MD5_DIGEST_LENGTH);
@@ -68,7 +52,7 @@ bool MD5Builder::addStream(IO::Stream* stream, int64 length) {
     if (!stream)
         throw new Exceptions::ArgumentNullException("MD5Builder: The stream cannot be NULL.", "stream");
     const bool isToEnd = length < 0;
-    const ScopedBytes buffer(mAllocator, cStreamBufferSize);
+    const Memory::ScopedBytes buffer(mAllocator, cStreamBufferSize);
     uint64 left = static_cast<uint64>(length);
     while (isToEnd || left != 0) {
         const uint64 wanted = isToEnd ? cStreamBufferSize : std::min<uint64>(left, cStreamBufferSize);

@@ -8,7 +8,7 @@ namespace Tarq::Common::Debug {
 
 /// One function of a call stack. What could not be found out is empty, the line then 0.
 struct CallStackEntry {
-    String mFunction; ///< qualified, without parameters
+    String mFunction; ///< qualified, without parameters; of some functions inside their callers, without the scope
     String mFile;     ///< as the compiler was given it
     uint32 mLine = 0;
     String mModule; ///< the file name of the program or shared library, without directories
@@ -35,7 +35,7 @@ public:
     /// (`Platform::getFrameEnd` of the innermost function that is not wanted).
     ///
     /// Takes exactly the record's bytes from `allocator` (from the global heap when empty); when there are none, the
-    /// record is empty. Never throws.
+    /// outer half of the functions is left out, again and again until the rest finds room. Never throws.
     void capture(const Memory::AllocatorPtr& allocator, const void* innerEnd) noexcept;
 
     /// Records the stack of the function that says `new`, for an object that is under construction: without the
@@ -45,6 +45,8 @@ public:
     /// Tells that `object` is about to be constructed on this thread. `ownEnd` is the frame end of its `operator new`,
     /// and `returnAddress` where that returns to.
     static void announce(const void* object, const void* ownEnd, const void* returnAddress) noexcept;
+    /// Takes back an announcement whose object has not been constructed; for `operator delete`.
+    static void forget(const void* object) noexcept;
 
     bool isEmpty() const noexcept { return mCount == 0; }
 

@@ -1,6 +1,7 @@
 #include "common/debug/logmanager.h"
 
 #include "common/exceptions/exception.h"
+#include "common/platform/thread.h"
 
 #include <algorithm>
 #include <exception>
@@ -13,17 +14,14 @@ namespace Debug {
 
 namespace {
 
-constexpr uint32 cDeepestDelivery = 8;
+constexpr uint32 cDeepestDelivery = 3;
 
 } // namespace
 
 LogListener::~LogListener() = default;
 
 LogManager::LogManager()
-    : mOwnReporter("LogManager", *this),
-      mReporters(getAllocator()), mListeners{ListenerList(getAllocator()), ListenerList(getAllocator()),
-                                             ListenerList(getAllocator()), ListenerList(getAllocator()),
-                                             ListenerList(getAllocator())},
+    : mOwnReporter("LogManager", *this), mReporters(getAllocator()), mListeners(makeLists()),
       mLock(Threading::cSpinCount) {}
 
 LogManager::~LogManager() {
@@ -48,10 +46,10 @@ LogReporter* LogManager::createLogReporter(const String& name) {
 }
 
 void LogManager::removeLogReporter(LogReporter* reporter) {
-    if (!reporter)
-        return;
-    const auto entry = mReporters.find(reporter->getName());
-    if (entry == mReporters.end() || entry->second != reporter)
+    // By its address: a reporter that is not here may be gone, its name with it.
+    const auto entry = std::find_if(mReporters.begin(), mReporters.end(),
+                                    [reporter](const auto& each) { return each.second == reporter; });
+    if (!reporter || entry == mReporters.end())
         return;
     mReporters.erase(entry);
     destroyReporter(reporter);
@@ -63,14 +61,48 @@ void LogManager::destroyReporter(LogReporter* reporter) noexcept {
 }
 
 void LogManager::addListener(LogType types, LogListener* listener) {
+    std::array<ListenerList, cLogTypeCount> room = makeLists();
+    // Room is made outside of the lock, because the host's memory and assertions may be asked for it.
+    while (!tryAddListener(types, listener, room)) {
+        for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
+            if ((types & (1u << bit)) != 0)
+                room[bit].reserve(countListeners(bit) + 1);
+        }
+    }
+}
+
+bool LogManager::tryAddListener(LogType types, LogListener* listener,
+                                std::array<ListenerList, cLogTypeCount>& room) noexcept {
     const Threading::ScopedLock inside(mLock);
-    for (ListenerList& listeners : mListeners)
-        listeners.reserve(listeners.size() + 1);
+    std::array<bool, cLogTypeCount> isNew{};
+    for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
+        const ListenerList& listeners = mListeners[bit];
+        isNew[bit] =
+            (types & (1u << bit)) != 0 && std::find(listeners.begin(), listeners.end(), listener) == listeners.end();
+        if (isNew[bit] && listeners.size() == listeners.capacity() && listeners.size() >= room[bit].capacity())
+            return false;
+    }
     for (uint32 bit = 0; bit < cLogTypeCount; ++bit) {
         ListenerList& listeners = mListeners[bit];
-        if ((types & (1u << bit)) != 0 && std::find(listeners.begin(), listeners.end(), listener) == listeners.end())
-            listeners.push_back(listener);
+        if (!isNew[bit])
+            continue;
+        if (listeners.size() == listeners.capacity()) {
+            room[bit].assign(listeners.begin(), listeners.end());
+            listeners.swap(room[bit]);
+        }
+        listeners.push_back(listener);
     }
+    return true;
+}
+
+uint32 LogManager::countListeners(uint32 bit) noexcept {
+    const Threading::ScopedLock inside(mLock);
+    return mListeners[bit].size();
+}
+
+std::array<LogManager::ListenerList, cLogTypeCount> LogManager::makeLists() const {
+    const auto make = [this]() { return ListenerList(getAllocator()); };
+    return {make(), make(), make(), make(), make()};
 }
 
 void LogManager::removeListener(LogType types, LogListener* listener) {
@@ -133,6 +165,9 @@ void LogManager::call(LogListener& listener, const LogRecord& record) {
         TARQ_FAIL("A log listener has thrown an exception: ", exception->getMessage());
     } catch (const std::exception& exception) {
         TARQ_FAIL("A log listener has thrown an exception: ", exception.what());
+    } catch (...) {
+        Platform::resumeThreadEnd();
+        TARQ_FAIL("A log listener has thrown something that is no exception");
     }
 }
 

@@ -34,6 +34,9 @@ public:
     LogManager();
     ~LogManager() override;
 
+    /// The manager's own, "LogManager", which is not among those that have names here.
+    LogReporter& getOwnReporter() noexcept { return mOwnReporter; }
+
     /// Returns null when there is a reporter of that name. Throws `OutOfMemoryException`.
     LogReporter* createLogReporter(const String& name);
     /// Destroys the reporter. One that is not among the manager's, or null, is ignored.
@@ -44,10 +47,11 @@ public:
     void addListener(LogType types, LogListener* listener);
     /// The listener does not hear the types any more.
     void removeListener(LogType types, LogListener* listener);
+    void removeListener(LogListener* listener) { removeListener(cAllLogTypes, listener); }
 
     /// Calls every listener of every type that the record carries, type by type, in the order in which they were added.
     ///
-    /// A listener that reports is served at once, up to a depth of 8 on one thread; reports below that are dropped.
+    /// A listener that reports is served at once, up to a depth of 3 on one thread; reports below that are dropped.
     void deliver(const LogRecord& record);
 
 private:
@@ -55,6 +59,10 @@ private:
 
     class Delivery;
 
+    std::array<ListenerList, cLogTypeCount> makeLists() const;
+    /// Returns false, and changes nothing, when a list is full and `room` has no more than that either.
+    bool tryAddListener(LogType types, LogListener* listener, std::array<ListenerList, cLogTypeCount>& room) noexcept;
+    uint32 countListeners(uint32 bit) noexcept;
     static void call(LogListener& listener, const LogRecord& record);
     void closeGaps() noexcept;
     void destroyReporter(LogReporter* reporter) noexcept;

@@ -4,8 +4,15 @@
 
 namespace Tarq::Common::Debug {
 
-/// One report on its way to the listeners; valid during the call only, so listeners copy what they keep.
+/// One report on its way to the listeners. It refers to the reporter's texts and is valid during the call only:
+/// listeners copy the texts that they keep.
 struct LogRecord {
+    LogRecord(uint32 type, const String& message, const String& reporter, const String& function, const String& file,
+              uint32 line) noexcept
+        : mType(type), mMessage(message), mReporter(reporter), mFunction(function), mFile(file), mLine(line) {}
+    LogRecord(const LogRecord&) = delete;
+    LogRecord& operator=(const LogRecord&) = delete;
+
     uint32 mType; ///< the bits of `LogType` that the report carries
     const String& mMessage;
     const String& mReporter; ///< name of the reporter

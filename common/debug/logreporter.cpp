@@ -1,41 +1,17 @@
 #include "common/debug/logreporter.h"
 
 #include "common/debug/assert.h"
+#include "common/debug/internal/nestingguard.h"
 #include "common/debug/logmanager.h"
 
 namespace Tarq::Common::Debug {
 
 namespace {
 
-const char* nameOf(LogType type) noexcept {
-    switch (type) {
-    case LOG_DBGMSG:
-        return "DbgMsg";
-    case LOG_DBGERR:
-        return "DbgErr";
-    case LOG_MESSAGE:
-        return "Message";
-    case LOG_WARNING:
-        return "Warning";
-    case LOG_ERROR:
-        return "Error";
-    }
-    return "UNKNOWN";
-}
-
-constexpr uint32 cDeepestBreak = 8;
+constexpr uint32 cDeepestBreak = 3;
 
 /// The log breaks inside each other on this thread. An assertion callback may report, and so raise the next one.
 thread_local constinit uint32 tBreakDepth = 0;
-
-/// Counts a log break for as long as it lasts.
-class LogBreak {
-public:
-    LogBreak() noexcept { ++tBreakDepth; }
-    ~LogBreak() { --tBreakDepth; }
-    LogBreak(const LogBreak&) = delete;
-    LogBreak& operator=(const LogBreak&) = delete;
-};
 
 void setBits(std::atomic<uint32>& mask, uint32 bits, bool enable) noexcept {
     if (enable)
@@ -57,8 +33,8 @@ void LogReporter::reportLog(LogType type, const String& message, const String& f
     mManager.deliver({type, message, mName, function, file, line});
     if ((getAssertTypes() & type) == 0 || tBreakDepth == cDeepestBreak)
         return;
-    const LogBreak logBreak;
-    TARQ_FAIL(message, "\nLogBreak ErrorType: ", nameOf(type), "\nInstance: ", mName);
+    const NestingGuard nesting(tBreakDepth);
+    TARQ_FAIL(message, "\nLogBreak ErrorType: ", getLogTypeName(type), "\nInstance: ", mName);
 }
 
 void LogReporter::enableLogType(LogType type, bool enable) noexcept {

@@ -24,7 +24,7 @@ public:
     /// raises a log break: an assertion with the message. Prefer `Debug::report`, which builds the texts only when
     /// needed.
     ///
-    /// An assertion callback may report as well: up to 8 log breaks inside each other on one thread, none below that.
+    /// An assertion callback may report as well: up to 3 log breaks inside each other on one thread, none below that.
     void reportLog(LogType type, const String& message, const String& function, const String& file,
                    unsigned int line) const;
 

@@ -14,6 +14,25 @@ enum LogType : uint32 {
 };
 
 inline constexpr uint32 cLogTypeCount = 5;
+inline constexpr LogType cAllLogTypes = static_cast<LogType>((1u << cLogTypeCount) - 1);
+
+/// The name of one type; "UNKNOWN" for several at once, and for none.
+constexpr const char* getLogTypeName(uint32 type) noexcept {
+    switch (type) {
+    case LOG_DBGMSG:
+        return "DbgMsg";
+    case LOG_DBGERR:
+        return "DbgErr";
+    case LOG_MESSAGE:
+        return "Message";
+    case LOG_WARNING:
+        return "Warning";
+    case LOG_ERROR:
+        return "Error";
+    default:
+        return "UNKNOWN";
+    }
+}
 
 constexpr LogType operator|(LogType a, LogType b) noexcept {
     return static_cast<LogType>(static_cast<uint32>(a) | static_cast<uint32>(b));

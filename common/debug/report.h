@@ -4,16 +4,10 @@
 #include "common/debug/textpiece.h"
 #include "common/export.h"
 #include "common/library.h"
-#include "common/memory/staticstlallocator.h"
 
 #include <initializer_list>
-#include <sstream>
 
 namespace Tarq::Common::Debug {
-
-/// A string stream over the debug allocator, for messages that are easier to stream than to put together from pieces.
-using LogStream =
-    std::basic_stringstream<char, std::char_traits<char>, Memory::StaticSTLAllocator<char, &Library::getDebugAlloc>>;
 
 /// What a report says about its place: the type, the fully qualified name of the function, and the source position,
 /// which is taken where this is written.
@@ -33,7 +27,8 @@ TARQ_API void composeReport(const LogReporter& reporter, const LogSite& site, st
 
 /// Reports the pieces, one after the other, through `reporter`; a null reporter reports nothing.
 ///
-/// When the type is switched off, this is one test. A report that finds no memory is dropped. Threads: any.
+/// When the type is switched off, this is one test. A report that finds no memory is dropped, and so is one that is
+/// made while another one of this thread asks for its memory. Threads: any.
 template <class... Pieces>
 void report(const LogReporter* reporter, const LogSite& site, const Pieces&... pieces) {
     if (reporter && reporter->isReported(site.mType))

@@ -23,6 +23,8 @@ namespace {
 constexpr uint32 cSymbolOptions = 0x210;
 /// The longest search path that is shown, without the final NUL.
 constexpr std::size_t cMaxShownPathLength = 1023;
+/// The deepest stack that is walked. Behind so many frames, a walk goes round in circles.
+constexpr uint32 cMaxWalkedFrames = 65536;
 
 void copyText(char (&target)[FrameRecord::cTextSize], std::string_view text) noexcept {
     target[text.copy(target, FrameRecord::cTextSize - 1)] = '\0';
@@ -63,11 +65,26 @@ void keepCommonFunctions(std::vector<Platform::FunctionInfo>& functions,
         functions.erase(functions.begin(), ends.first.base());
 }
 
+Platform::AddressInfo resolveFrame(const Frame& frame, const void* maker, const std::string& directories) noexcept {
+    if (frame.mProgramCounter == 0)
+        return {};
+    // Behind a call that never returns, another function may begin.
+    const uint32 back = frame.mIsBehindCall ? 1 : 0;
+    Platform::AddressInfo info = Platform::resolveAddress(frame.mProgramCounter - back, directories);
+    if (!info.mFunctions.empty()) {
+        info.mFunctions.front().mLineOffset += back;
+        info.mFunctions.back().mSymbolOffset += back;
+    }
+    if (maker)
+        keepCommonFunctions(info.mFunctions, Platform::resolveAddress(addressOf(maker) - 1, directories).mFunctions);
+    return info;
+}
+
 } // namespace
 
 FrameSource::~FrameSource() = default;
 
-/// The frames behind return addresses. Their places on the stack were not recorded; they differ.
+/// The frames behind return addresses.
 class StackWalker::RecordedFrames final : public FrameSource {
 public:
     explicit RecordedFrames(std::span<void* const> addresses) noexcept : mAddresses(addresses) {}
@@ -78,7 +95,6 @@ public:
         frame.mProgramCounter = addressOf(mAddresses[mNext]);
         ++mNext;
         frame.mReturnAddress = mNext == mAddresses.size() ? 0 : addressOf(mAddresses[mNext]);
-        frame.mStackAddress = mNext;
         return 0;
     }
 
@@ -99,24 +115,35 @@ StackWalker::~StackWalker() = default;
 
 [[gnu::noinline]] bool StackWalker::ShowCallstack(std::thread::id thread) {
     if (thread != std::this_thread::get_id()) {
-        OnDbgHelpErr("ShowCallstack: the stack of another thread is walked from a frame source only",
-                     Platform::SYMBOL_ERROR_NOT_SUPPORTED, 0);
+        OnDbgHelpErr("StackWalk64", Platform::SYMBOL_ERROR_NOT_SUPPORTED, 0);
         return false;
     }
-    void* addresses[CallStackRecord::cMaxFrames];
-    const uint32 count = Platform::captureReturnAddresses(addresses, Platform::getFrameEnd());
-    RecordedFrames frames({addresses, count});
-    return ShowCallstack(frames);
+    const void* const ownEnd = Platform::getFrameEnd();
+    void* inner[CallStackRecord::cMaxFrames];
+    std::vector<void*> all;
+    std::span<void*> addresses(inner);
+    uint32 count = Platform::captureReturnAddresses(addresses, ownEnd);
+    try {
+        while (count == addresses.size() && count < cMaxWalkedFrames) {
+            all.resize(2 * addresses.size());
+            addresses = all;
+            count = Platform::captureReturnAddresses(addresses, ownEnd);
+        }
+    } catch (const std::bad_alloc&) {
+        // The innermost functions are shown, those that there was room for.
+    }
+    loadOnce();
+    return showRecorded(addresses.first(count));
 }
 
 bool StackWalker::ShowCallstack(FrameSource& source) {
     loadOnce();
-    return walk(source, nullptr);
+    return walk(source, false, nullptr);
 }
 
 bool StackWalker::showRecorded(std::span<void* const> returnAddresses, const void* maker) {
     RecordedFrames frames(returnAddresses);
-    return returnAddresses.empty() || walk(frames, maker);
+    return returnAddresses.empty() || walk(frames, true, maker);
 }
 
 void StackWalker::loadOnce() {
@@ -125,14 +152,14 @@ void StackWalker::loadOnce() {
     mIsLoaded = true;
     if (!Platform::canReadDebugInfo()) {
         // The walk goes on with what the loader knows.
-        OnDbgHelpErr("SymInitialize", Platform::SYMBOL_ERROR_NO_LIBRARY, 0);
         OnDbgHelpErr("Error while initializing dbghelp.dll", Platform::SYMBOL_ERROR_NO_LIBRARY, 0);
     } else {
         std::string searchPath;
         std::string userName;
         try {
-            if (mOptions & OPTION_SEARCH_PATH)
-                searchPath = buildSymbolSearchPath(mSearchPath.c_str()).substr(0, cMaxShownPathLength);
+            searchPath =
+                mOptions & OPTION_SEARCH_PATH ? buildSymbolSearchPath(mSearchPath.c_str()) : mSearchPath.c_str();
+            searchPath.resize(std::min(searchPath.size(), cMaxShownPathLength));
             userName = Platform::getUserName();
         } catch (const std::bad_alloc&) {
             OnDbgHelpErr("SymGetSearchPath", Platform::SYMBOL_ERROR_NO_MEMORY, 0);
@@ -147,23 +174,31 @@ void StackWalker::loadOnce() {
     }
 }
 
-bool StackWalker::walk(FrameSource& source, const void* maker) {
+bool StackWalker::walk(FrameSource& source, bool isRecord, const void* maker) {
+    std::string directories;
+    try {
+        directories = mOptions & OPTION_SEARCH_PATH ? listSymbolDirectories(mSearchPath.c_str()) : mSearchPath.c_str();
+    } catch (const std::bad_alloc&) {
+        OnDbgHelpErr("SymGetSearchPath", Platform::SYMBOL_ERROR_NO_MEMORY, 0);
+    }
     FrameRecord record;
     Frame previous;
-    for (FrameKind kind = FRAME_FIRST;; kind = FRAME_FURTHER) {
+    for (uint32 index = 0;; ++index) {
         Frame frame;
         if (const uint32 error = source.next(frame)) {
             OnDbgHelpErr("StackWalk64", error, previous.mProgramCounter);
             return false;
         }
-        // A function that calls itself returns to the same address again and again, but each time further out.
-        const bool repeats = frame.mProgramCounter == frame.mReturnAddress ||
-                             (kind != FRAME_FIRST && frame.mProgramCounter == previous.mProgramCounter);
-        if (repeats && frame.mStackAddress == previous.mStackAddress) {
+        // A function that calls itself looks the same; in a record, which has an end, it may.
+        const bool isSame = index != 0 && frame.mProgramCounter == previous.mProgramCounter &&
+                            frame.mStackAddress == previous.mStackAddress;
+        const bool isEndless = isSame || frame.mProgramCounter == frame.mReturnAddress || index == cMaxWalkedFrames;
+        if (isEndless && !isRecord) {
             OnDbgHelpErr("StackWalk64-Endless-Callstack!", 0, frame.mProgramCounter);
             return false;
         }
-        showFrame(kind, frame, kind == FRAME_FIRST ? maker : nullptr, record);
+        const Platform::AddressInfo info = resolveFrame(frame, index == 0 ? maker : nullptr, directories);
+        showFrame(index == 0 ? FRAME_FIRST : FRAME_FURTHER, frame.mProgramCounter, info, record);
         if (frame.mReturnAddress == 0) {
             OnCallstackEntry(FRAME_LAST, record);
             return true;
@@ -172,26 +207,18 @@ bool StackWalker::walk(FrameSource& source, const void* maker) {
     }
 }
 
-void StackWalker::showFrame(FrameKind kind, const Frame& frame, const void* maker, FrameRecord& record) {
+void StackWalker::showFrame(FrameKind kind, uint64 address, const Platform::AddressInfo& info, FrameRecord& record) {
     record = FrameRecord();
-    record.mAddress = frame.mProgramCounter;
-    if (frame.mProgramCounter == 0) {
+    record.mAddress = address;
+    if (address == 0) {
         OnCallstackEntry(kind, record);
-        return;
-    }
-    // Behind a call that never returns, another function may begin.
-    Platform::AddressInfo info = Platform::resolveAddress(frame.mProgramCounter - (frame.mIsBehindCall ? 1 : 0));
-    if (maker)
-        keepCommonFunctions(info.mFunctions, Platform::resolveAddress(addressOf(maker) - 1).mFunctions);
-    if (mOptions & OPTION_MODULE)
-        fillModule(info.mModule, record);
-    if (!(mOptions & (OPTION_SYMBOL | OPTION_LINE)))
-        info.mFunctions.clear();
-    if (info.mFunctions.empty())
-        showFunction(kind, Platform::FunctionInfo(), record);
-    for (const Platform::FunctionInfo& function : info.mFunctions) {
-        showFunction(kind, function, record);
-        kind = FRAME_FURTHER;
+    } else if (info.mFunctions.empty() || !(mOptions & (OPTION_SYMBOL | OPTION_LINE))) {
+        showFunction(kind, Platform::FunctionInfo(), info.mModule, record);
+    } else {
+        for (const Platform::FunctionInfo& function : info.mFunctions) {
+            showFunction(kind, function, info.mModule, record);
+            kind = FRAME_FURTHER;
+        }
     }
 }
 
@@ -205,7 +232,8 @@ void StackWalker::fillModule(const Platform::ModuleInfo& module, FrameRecord& re
     record.mSymbolTypeText = getSymbolTypeText(record.mSymbolType);
 }
 
-void StackWalker::showFunction(FrameKind kind, const Platform::FunctionInfo& function, FrameRecord& record) {
+void StackWalker::showFunction(FrameKind kind, const Platform::FunctionInfo& function,
+                               const Platform::ModuleInfo& module, FrameRecord& record) {
     if (mOptions & OPTION_SYMBOL) {
         if (function.mName.empty())
             OnDbgHelpErr("SymGetSymFromAddr64", Platform::SYMBOL_ERROR_BAD_ADDRESS, record.mAddress);
@@ -221,6 +249,8 @@ void StackWalker::showFunction(FrameKind kind, const Platform::FunctionInfo& fun
         record.mLine = function.mLine;
         record.mOffsetFromLine = function.mLineOffset;
     }
+    if (mOptions & OPTION_MODULE)
+        fillModule(module, record);
     OnCallstackEntry(kind, record);
 }
 
@@ -282,11 +312,12 @@ void StackWalker::OnOutput(const char* text) {
 }
 
 void StackWalker::print(const char* format, ...) {
-    // Room for three texts of a frame record; what is longer is cut.
+    // Room for three texts of a frame record; what is longer is cut, and ends a line as all texts do.
     char text[4 * FrameRecord::cTextSize];
     std::va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof(text), format, arguments);
+    if (std::vsnprintf(text, sizeof(text), format, arguments) >= static_cast<int>(sizeof(text)))
+        text[sizeof(text) - 2] = '\n';
     va_end(arguments);
     OnOutput(text);
 }

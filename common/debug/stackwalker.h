@@ -7,6 +7,7 @@
 #include <thread>
 
 namespace Tarq::Common::Platform {
+struct AddressInfo;
 struct FunctionInfo;
 struct ModuleInfo;
 } // namespace Tarq::Common::Platform
@@ -66,7 +67,7 @@ public:
         OPTION_LINE = 0x02,
         OPTION_MODULE = 0x04,
         OPTION_FILE_VERSION = 0x08,
-        OPTION_SEARCH_PATH = 0x10,   ///< builds the search path that `OnSymInit` shows
+        OPTION_SEARCH_PATH = 0x10,   ///< looks beside the program and where the environment names places, too
         OPTION_SYMBOL_SERVER = 0x20, ///< reserved; no server is ever asked
         OPTION_ALL = 0x3F,
     };
@@ -77,7 +78,9 @@ public:
         FRAME_LAST = 2, ///< comes after the last frame, with its record once more
     };
 
-    /// `searchPath` begins the path that `OnSymInit` shows; it may be null.
+    /// `searchPath` lists directories, each but the last followed by ";": debug information that was installed apart
+    /// from its module is looked for there too, by build id and by name. It begins the path that `OnSymInit` shows, and
+    /// may be null.
     explicit StackWalker(uint32 options = OPTION_ALL, const char* searchPath = nullptr) noexcept;
     virtual ~StackWalker();
     StackWalker(const StackWalker&) = delete;
@@ -86,12 +89,15 @@ public:
     // The names of the following functions, and that they begin with capitals, are a contract.
     // NOLINTBEGIN(readability-identifier-naming)
 
-    /// Walks the stack of the calling thread, from the caller of this function outwards; at most 128 frames.
+    /// Walks the stack of the calling thread, from the caller of this function outwards; at most 65536 frames.
     ///
     /// Another thread is refused (returns false, and reports to `OnDbgHelpErr`): stopping a thread anywhere and reading
     /// its stack is not safe on every platform. A host that has a way uses a `FrameSource`.
     bool ShowCallstack(std::thread::id thread = std::this_thread::get_id());
     /// Walks the frames of `source`. Returns whether all of them were shown.
+    ///
+    /// A frame that returns to itself, one that comes twice in a row, and more than 65536 frames are taken for a source
+    /// that has no end: the walk reports it to `OnDbgHelpErr` and stops.
     bool ShowCallstack(FrameSource& source);
 
     /// Returns null for a number that has no text.
@@ -105,10 +111,11 @@ protected:
     /// address only is left out.
     bool showRecorded(std::span<void* const> returnAddresses, const void* maker = nullptr);
 
-    /// Before the first walk: where symbols are looked for, how, and for whom.
+    /// Before the first walk: where symbols are looked for, how, and for whom. The working directory and the symbol
+    /// server are shown only; neither is asked.
     virtual void OnSymInit(const char* searchPath, uint32 symbolOptions, const char* userName);
-    /// Before the first walk, for each loaded module. A `fileVersion` has 16 bits for each of its four numbers, the
-    /// first one in the highest; 0 is none.
+    /// Before the first walk, for each loaded module. Its symbols are read when somebody asks; until then their type is
+    /// "-deferred-". A `fileVersion` has 16 bits for each of its four numbers, the first one in the highest; 0 is none.
     virtual void OnLoadModule(const char* imageName, const char* moduleName, uint64 baseAddress, uint32 size,
                               uint32 loadResult, const char* symbolTypeText, const char* symbolFileName,
                               uint64 fileVersion);
@@ -124,9 +131,10 @@ private:
     class RecordedFrames;
 
     void loadOnce();
-    bool walk(FrameSource& source, const void* maker);
-    void showFrame(FrameKind kind, const Frame& frame, const void* maker, FrameRecord& record);
-    void showFunction(FrameKind kind, const Platform::FunctionInfo& function, FrameRecord& record);
+    bool walk(FrameSource& source, bool isRecord, const void* maker);
+    void showFrame(FrameKind kind, uint64 address, const Platform::AddressInfo& info, FrameRecord& record);
+    void showFunction(FrameKind kind, const Platform::FunctionInfo& function, const Platform::ModuleInfo& module,
+                      FrameRecord& record);
     void fillModule(const Platform::ModuleInfo& module, FrameRecord& record);
     [[gnu::format(printf, 2, 3)]] void print(const char* format, ...);
 

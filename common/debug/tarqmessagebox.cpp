@@ -3,6 +3,7 @@
 #include "common/debug/assert.h"
 #include "common/platform/messagebox.h"
 
+#include <algorithm>
 #include <atomic>
 
 namespace Tarq::Common::Debug {
@@ -15,10 +16,16 @@ TarqMessageBox::Button writeToStandardError(const char* caption, const char* tex
 
 constinit std::atomic<TarqMessageBox::Service> gService{&writeToStandardError};
 
+/// A NUL would hide all that follows.
+String withoutNuls(String text) {
+    std::replace(text.begin(), text.end(), '\0', ' ');
+    return text;
+}
+
 } // namespace
 
 TarqMessageBox::Result TarqMessageBox::show(const String& caption, const String& text, Icon icon) {
-    switch (gService.load()(caption.c_str(), text.c_str(), icon)) {
+    switch (gService.load()(withoutNuls(caption).c_str(), withoutNuls(text).c_str(), icon)) {
     case BUTTON_OK:
         return RESULT_OK;
     case BUTTON_YES:

@@ -10,8 +10,8 @@
 
 namespace Tarq::Common::Debug {
 
-/// One piece of a message that is put together only if somebody wants it: a text, or a number (whole numbers in
-/// decimal, others in the shortest form that reads back the same).
+/// One piece of a message that is put together only if somebody wants it: a text, or a number (whole numbers and
+/// enumerators in decimal, others with six digits, as a string stream in the classic locale writes them).
 ///
 /// Refers to its text; use it within one expression. A character or a truth value is not a piece: say what is meant.
 class TextPiece {
@@ -41,6 +41,10 @@ public:
         }
     }
 
+    template <class Enumerator>
+        requires std::is_enum_v<Enumerator> TextPiece(Enumerator value)
+    noexcept : TextPiece(toWhole(value)) {}
+
     /// `Text` is any string class that appends a string view.
     template <class Text>
     void appendTo(Text& text) const {
@@ -56,7 +60,8 @@ public:
             text.append(viewOf(digits, std::to_chars(digits, digits + sizeof(digits), mUnsigned).ptr));
             break;
         case Kind::KIND_FLOATING:
-            text.append(viewOf(digits, std::to_chars(digits, digits + sizeof(digits), mFloating).ptr));
+            text.append(viewOf(
+                digits, std::to_chars(digits, digits + sizeof(digits), mFloating, std::chars_format::general, 6).ptr));
             break;
         }
     }
@@ -64,6 +69,11 @@ public:
 private:
     enum class Kind : uint8 { KIND_TEXT, KIND_SIGNED, KIND_UNSIGNED, KIND_FLOATING };
 
+    template <class Enumerator>
+    static auto toWhole(Enumerator value) noexcept {
+        using Value = std::underlying_type_t<Enumerator>;
+        return static_cast<std::conditional_t<std::signed_integral<Value>, int64, uint64>>(value);
+    }
     static std::string_view viewOf(const char* begin, const char* end) noexcept {
         return {begin, static_cast<std::size_t>(end - begin)};
     }

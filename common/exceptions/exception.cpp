@@ -1,5 +1,6 @@
 #include "common/exceptions/exception.h"
 
+#include "common/debug/assert.h"
 #include "common/debug/tarqmessagebox.h"
 #include "common/library.h"
 #include "common/memory/internal/managedblock.h"
@@ -44,8 +45,23 @@ const Debug::CallStack& Exception::getCallStack() const {
 }
 
 void Exception::setInnerException(Exception* inner) {
-    if (inner != mInnerException)
-        delete std::exchange(mInnerException, inner);
+    if (inner == mInnerException)
+        return;
+    bool isAround = false;
+    for (const Exception* each = inner; each; each = each->mInnerException)
+        isAround = isAround || each == this;
+    if (!TARQ_ASSERT(!isAround, "An exception cannot be inside itself"))
+        return;
+    // One from inside the exception that goes, which a caller may want to keep, is taken out first.
+    for (Exception* owner = mInnerException; owner; owner = owner->mInnerException) {
+        if (owner->mInnerException == inner)
+            owner->mInnerException = nullptr;
+    }
+    delete std::exchange(mInnerException, inner);
+}
+
+Exception* Exception::releaseInnerException() noexcept {
+    return std::exchange(mInnerException, nullptr);
 }
 
 void Exception::showException(CallStackListingOption option) const {
@@ -99,6 +115,7 @@ void Exception::appendCallStack(String& text, CallStackListingOption option) con
 }
 
 void Exception::operator delete(void* object) noexcept {
+    Debug::CallStackRecord::forget(object);
     Memory::deleteManagedBlock(object);
 }
 

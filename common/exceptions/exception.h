@@ -7,6 +7,7 @@
 #include "common/string.h"
 
 #include <cstddef>
+#include <utility>
 
 /// Exceptions report what a caller did wrong and what failed outside; they are thrown as pointers.
 ///
@@ -56,12 +57,16 @@ public:
     const String& getMessage() const noexcept { return mMessage; }
     /// The named parameters, those of the base classes first.
     ParameterList getParameters() const;
-    /// From the function that made the exception outwards.
+    /// From the function that made the exception outwards; calls beyond the innermost 128 are left out. The first
+    /// reading may wait for the loader: no initialiser of a module may wait for the thread that reads.
     const Debug::CallStack& getCallStack() const;
 
-    /// Takes ownership of `inner` and deletes the inner exception held before. Handing in the one already held, or null
-    /// in the place of none, changes nothing.
+    /// Takes ownership of `inner` and deletes the inner exception held before; one from inside that exception is kept.
+    /// Handing in the one already held, or null in the place of none, changes nothing. Asserts that this exception is
+    /// not inside of `inner`; otherwise does nothing.
     void setInnerException(Exception* inner);
+    /// Hands the inner exception out; the caller owns it then. Null when there is none.
+    [[nodiscard]] Exception* releaseInnerException() noexcept;
     /// Null when there is none.
     Exception* getInnerException() const noexcept { return mInnerException; }
 
@@ -93,20 +98,20 @@ constexpr Exception::CallStackListingOption operator|(Exception::CallStackListin
 }
 
 /// Deletes a caught exception at the end of the scope.
+template <class Held = Exception>
 class Holder {
 public:
-    explicit Holder(Exception* exception) noexcept : mException(exception) {}
+    explicit Holder(Held* exception) noexcept : mException(exception) {}
+    Holder(Holder&& other) noexcept : mException(other.release()) {}
     ~Holder() { delete mException; }
-    Holder(const Holder&) = delete;
-    Holder& operator=(const Holder&) = delete;
 
-    Exception* operator->() const noexcept { return mException; }
-    Exception& operator*() const noexcept { return *mException; }
+    Held* operator->() const noexcept { return mException; }
+    Held& operator*() const noexcept { return *mException; }
     /// Hands the exception out; the caller owns it then, to throw it on or to make it an inner exception.
-    Exception* release() noexcept { return std::exchange(mException, nullptr); }
+    Held* release() noexcept { return std::exchange(mException, nullptr); }
 
 private:
-    Exception* mException;
+    Held* mException;
 };
 
 } // namespace Tarq::Common::Exceptions

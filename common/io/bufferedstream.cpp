@@ -6,6 +6,7 @@
 #include "common/memory/allocate.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <utility>
 
@@ -15,10 +16,11 @@ namespace {
 
 constexpr uint64 cLargestRequest = std::numeric_limits<uint32>::max();
 
-uint32 usableSize(uint32 bufferSize) {
+/// Corrects a size of which there is no buffer.
+std::byte* allocateBuffer(const Memory::AllocatorPtr& allocator, uint32& bufferSize) {
     if (!TARQ_ASSERT_AS("mBufferSize > 0", bufferSize > 0, "Buffersize must be greater 0"))
-        return 1;
-    return bufferSize;
+        bufferSize = 1;
+    return static_cast<std::byte*>(Memory::allocateBytes(allocator, bufferSize));
 }
 
 /// Closes where no failure can be told to the caller any more.
@@ -36,8 +38,7 @@ void closeQuietly(Stream& stream, const char* function) noexcept {
 } // namespace
 
 BufferedStream::BufferedStream(Stream* stream, uint32 bufferSize)
-    : mStream(stream), mBufferSize(usableSize(bufferSize)),
-      mBuffer(static_cast<std::byte*>(Memory::allocateBytes(getAllocator(), mBufferSize))) {}
+    : mStream(stream), mBuffer(allocateBuffer(getAllocator(), bufferSize)), mBufferSize(bufferSize) {}
 
 BufferedStream::BufferedStream(const StreamPtr& stream, uint32 bufferSize) : BufferedStream(stream.get(), bufferSize) {
     mSharedStream = stream;
@@ -83,7 +84,7 @@ uint64 BufferedStream::getBufferStart() const {
     if (mBufferStart != cUnknown)
         return mBufferStart;
     const uint64 start = mStream->getPosition() - (mIsReading ? mFill : 0);
-    if (mFill != 0 || mCursor != 0)
+    if (mIsReading ? mCursor != mFill : mCursor != 0 || mFill != 0)
         mBufferStart = start;
     return start;
 }
@@ -102,18 +103,17 @@ uint64 BufferedStream::readThroughBuffer(void* dst, uint64 numBytes) {
         mCursor += count;
         to += count;
         left -= count;
+        if (mCursor == mFill)
+            mBufferStart = cUnknown;
     }
     return static_cast<uint64>(to - static_cast<std::byte*>(dst));
 }
 
-/// Replaces the consumed bytes by those that follow them. Returns whether there are any.
+/// Replaces the consumed bytes by those that come next. Returns whether there are any.
 bool BufferedStream::refill() {
-    const uint32 consumed = std::exchange(mFill, 0);
-    const uint64 start = std::exchange(mBufferStart, cUnknown);
     mCursor = 0;
+    mFill = 0;
     mFill = static_cast<uint32>(std::min<uint64>(mStream->read(mBuffer, mBufferSize), mBufferSize));
-    if (mFill != 0 && start != cUnknown)
-        mBufferStart = start + consumed;
     return mFill != 0;
 }
 
@@ -198,6 +198,9 @@ void BufferedStream::close() {
         return;
     const StreamPtr keptAlive = mSharedStream;
     Stream& below = *mStream;
+    // Nobody goes on below where a seek back inside pending bytes has led.
+    if (!mIsReading)
+        mCursor = mFill = std::max(mFill, mCursor);
     try {
         // What was read ahead needs no way back into a stream that knows none.
         if (!mIsReading || (below.canSeek() && !below.isClosed()))

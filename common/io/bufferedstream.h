@@ -1,9 +1,9 @@
 #pragma once
 
+#include "common/io/shortcopy.h"
 #include "common/io/stream.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace Tarq::Common::IO {
 
@@ -19,8 +19,9 @@ namespace Tarq::Common::IO {
 /// wants to know that everything has arrived calls `flush` or `close`: the destructor only logs what fails.
 ///
 /// Ownership: `close` and the destructor close the stream below; `releaseAndClose` lets it go as it is. The shared
-/// pointer, if one is given, keeps it alive until then. While bytes are in the buffer nobody else moves the stream
-/// below.
+/// pointer, if one is given, keeps it alive until then. Before anybody else moves the stream below, `clearBuffer`
+/// empties the buffer; reading and writing go on where it stands then. When no byte is unread or pending they do so
+/// without that, but a seek back may still meet the old bytes.
 /// States: attached, then detached by `close` or `releaseAndClose`.
 class TARQ_API BufferedStream : public Stream {
 public:
@@ -43,8 +44,8 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (mIsReading && isSingleRequest(numBytes) && end <= mFill) [[likely]] {
-            copy(dst, mBuffer + mCursor, numBytes);
+        if (mIsReading && isSingleRequest(numBytes) && end < mFill) [[likely]] {
+            copyShort(dst, mBuffer + mCursor, numBytes);
             mCursor = static_cast<uint32>(end);
             return numBytes;
         }
@@ -55,7 +56,7 @@ public:
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
         if (!mIsReading && isSingleRequest(numBytes) && end < mBufferSize) [[likely]] {
-            copy(mBuffer + mCursor, src, numBytes);
+            copyShort(mBuffer + mCursor, src, numBytes);
             mCursor = static_cast<uint32>(end);
             return;
         }
@@ -64,8 +65,8 @@ public:
 
     /// Moves inside the buffered bytes without a call below; otherwise hands the buffer on and seeks below.
     ///
-    /// Pending bytes do not count for `SORIGIN_END`. Asserts that the target is not negative; such a target, and an
-    /// unknown origin, are left to the stream below to refuse.
+    /// From `SORIGIN_END`, pending bytes count only when the target is outside: they are handed on first then. Asserts
+    /// that the target is not negative; such a target, and an unknown origin, are left to the stream below to refuse.
     uint64 seek(int64 offset, SeekOrigin origin) override {
         // A target in front of the buffer wraps around and goes the long way.
         const uint64 target = mCursor + static_cast<uint64>(offset);
@@ -91,28 +92,6 @@ public:
 private:
     static constexpr uint64 cUnknown = ~uint64{0};
 
-    /// From 1 byte to 4 GiB - 1.
-    static bool isSingleRequest(uint64 numBytes) noexcept { return numBytes - 1 < 0xFFFFFFFF; }
-    /// Copies the sizes of plain values in place, also where the compiler does not know the size.
-    static void copy(void* dst, const void* src, uint64 numBytes) noexcept {
-        switch (numBytes) {
-        case 1:
-            std::memcpy(dst, src, 1);
-            return;
-        case 2:
-            std::memcpy(dst, src, 2);
-            return;
-        case 4:
-            std::memcpy(dst, src, 4);
-            return;
-        case 8:
-            std::memcpy(dst, src, 8);
-            return;
-        default:
-            std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
-        }
-    }
-
     uint64 readThroughBuffer(void* dst, uint64 numBytes);
     bool refill();
     void writeThroughBuffer(const void* src, uint64 numBytes);
@@ -124,12 +103,12 @@ private:
 
     Stream* mStream;         ///< null when detached
     StreamPtr mSharedStream; ///< empty when the stream below is not shared
-    uint32 mBufferSize;
     std::byte* mBuffer;
+    uint32 mBufferSize;
     uint32 mCursor = 0;     ///< the next byte to be read or written in the buffer
     uint32 mFill = 0;       ///< the bytes read ahead, or pending; pending ones reach up to the cursor at least
     bool mIsReading = true; ///< also when detached
-    /// Position of the buffer's first byte in the stream below. Kept only while there are bytes in the buffer, so that
+    /// Position of the buffer's first byte in the stream below. Kept only while bytes are unread or pending, so that
     /// others may move the stream below in between.
     mutable uint64 mBufferStart = cUnknown;
 };

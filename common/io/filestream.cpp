@@ -202,7 +202,8 @@ uint64 FileStream::read(void* dst, uint64 numBytes) {
         throw new ArgumentNullException("FileStream: The destination buffer in a read cannot be NULL.", "dstBuffer");
     const auto [readBytes, error] =
         Platform::readFile(mFile, dst, static_cast<uint32>(std::min(numBytes, cMaxTransfer)));
-    TARQ_ASSERT_AS("readBytes >= 0", error == FileError::FILE_ERROR_NONE,
+    // An error behind bytes that did come waits for the next read.
+    TARQ_ASSERT_AS("readBytes >= 0", error == FileError::FILE_ERROR_NONE || readBytes != 0,
                    "Internal error: read should not return negative values, since all error conditions are checked.");
     return readBytes;
 }
@@ -220,7 +221,7 @@ void FileStream::write(const void* src, uint64 numBytes) {
         return;
     if (error == FileError::FILE_ERROR_NO_SPACE)
         throw new OutOfSpaceException("FileStream: Cannot write to file, disk full.");
-    TARQ_FAIL("Internal error: Unhandeled error condition during write.");
+    TARQ_FAIL("Internal error: Unhandeled error condition during write."); // Tools see this text; do not correct it.
 }
 
 uint64 FileStream::seek(int64 offset, SeekOrigin origin) {

@@ -8,6 +8,8 @@ namespace Tarq::Common::IO {
 /// A file of the system as a stream, unbuffered: every operation is a call of the system. Put a `BufferedStream` in
 /// front of it for many small reads or writes.
 ///
+/// Only what has bytes at positions is a file here: devices like disks are, pipes, sockets and terminals are refused.
+///
 /// One `read` or `write` moves at most 4 GiB - 1 bytes: longer reads end there, and longer writes assert what they
 /// left out; the caller splits them. Positions beyond the end are allowed: reading there returns 0, and writing there
 /// fills the gap with zeros.
@@ -48,8 +50,8 @@ public:
     /// The file name as it was given to `open`.
     const String& getName() const override;
 
-    /// Throws `ArgumentNullException` when `dst` is null, for 0 bytes too. An error of the medium is asserted; the
-    /// bytes before it are delivered and counted.
+    /// Throws `ArgumentNullException` when `dst` is null, for 0 bytes too. An error of the medium ends the read; it is
+    /// asserted when no byte came before it, so that the read after a short one tells it from the end of the file.
     uint64 read(void* dst, uint64 numBytes) override;
     /// Throws `ArgumentNullException` when `src` is null, for 0 bytes too, and `OutOfSpaceException`, after as many
     /// bytes as there was room for. Any other error of the medium is asserted.

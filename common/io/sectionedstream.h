@@ -37,7 +37,7 @@ public:
 
     /// Moves at most 4 GiB - 1 bytes. Asserts that the section is attached; otherwise reads nothing and returns 0.
     uint64 read(void* dst, uint64 numBytes) override;
-    /// Asserts, and writes nothing.
+    /// Asserts, and writes nothing: other streams that cannot be written throw.
     void write(const void* src, uint64 numBytes) override;
     /// Throws `ArgumentOutOfRangeException` for a target outside the section, whose end belongs to it, and for an
     /// unknown origin.

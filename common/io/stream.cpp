@@ -30,21 +30,6 @@ constexpr CopyTexts cReadToStreamTexts{
     "Error reading bytes from own stream",
 };
 
-class CopyBuffer {
-public:
-    explicit CopyBuffer(const Memory::AllocatorPtr& allocator)
-        : mAllocator(allocator), mBytes(Memory::allocateBytes(allocator, Stream::STREAM_COPY_BUFFER)) {}
-    ~CopyBuffer() { Memory::releaseBytes(mAllocator, mBytes); }
-    CopyBuffer(const CopyBuffer&) = delete;
-    CopyBuffer& operator=(const CopyBuffer&) = delete;
-
-    void* get() const noexcept { return mBytes; }
-
-private:
-    const Memory::AllocatorPtr& mAllocator;
-    void* mBytes;
-};
-
 /// Moves one piece and returns whether all of it came; what came is written in any case, what did not is not.
 bool copyPiece(Stream& src, Stream& dst, void* buffer, uint64 numBytes, const char* condition, const char* shortRead) {
     const uint64 bytesDone = src.read(buffer, numBytes);
@@ -66,7 +51,7 @@ void copyBytes(Stream& src, Stream& dst, uint64 numBytes, const Memory::Allocato
     TARQ_ASSERT_AS("bytesAvailable >= numBytes", bytesAvailable >= numBytes, texts.tooMany, numBytes, texts.position,
                    position, texts.end, length, ")");
 
-    const CopyBuffer buffer(allocator);
+    const Memory::ScopedBytes buffer(allocator, Stream::STREAM_COPY_BUFFER);
     for (; numBytes > Stream::STREAM_COPY_BUFFER; numBytes -= Stream::STREAM_COPY_BUFFER) {
         if (!copyPiece(src, dst, buffer.get(), Stream::STREAM_COPY_BUFFER, "bytesDone == STREAM_COPY_BUFFER",
                        texts.shortRead))

@@ -75,9 +75,10 @@ public:
     void writeFromStream(Stream* src, uint64 numBytes);
     /// Copies `numBytes` bytes from the position of this stream to the position of `dst`, in the same way.
     void readToStream(Stream* dst, uint64 numBytes);
-    /// Copies the whole of `src`, from its start, to the position of this stream.
+    /// Copies the whole of `src`, from its start, to the position of this stream. Its length is what counts: flush a
+    /// buffered source first, whose pending bytes are not yet part of that.
     void writeFromStream(Stream* src);
-    /// Copies the whole of this stream, from its start, to the position of `dst`.
+    /// Copies the whole of this stream, from its start, to the position of `dst`; flush it first if it is buffered.
     void readToStream(Stream* dst);
 
 protected:

@@ -1,5 +1,6 @@
 #include "common/math/rand.h"
 
+#include "common/exceptions/notsupportedexception.h"
 #include "common/platform/random.h"
 
 namespace Tarq::Common::Math {
@@ -34,7 +35,10 @@ float Rand::getRandClamped() {
 }
 
 unsigned int Rand::getRandSecureUIntMax() {
-    return Platform::getSecureRandom();
+    uint32 number = 0;
+    if (!Platform::getSecureRandom(number))
+        throw new Exceptions::NotSupportedException("Rand: The system has no secure random numbers.");
+    return number;
 }
 
 } // namespace Tarq::Common::Math

@@ -20,7 +20,8 @@ public:
     static bool getRandBool();
     /// The difference of two draws of `getRandFloat`, in (-1, 1).
     static float getRandClamped();
-    /// From the system's secure source, in the full range of 32 bits.
+    /// From the system's secure source, in the full range of 32 bits. Throws `NotSupportedException` when the system
+    /// has none to give.
     static unsigned int getRandSecureUIntMax();
 };
 

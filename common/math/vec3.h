@@ -5,6 +5,9 @@
 namespace Tarq::Common::Math {
 
 /// Three components; arithmetic is component by component, comparison for equality too.
+///
+/// Where `T` is a signed whole number, overflow is the caller's to avoid; where it is any whole number, so is division
+/// by zero.
 template <class T>
 struct Vec3 {
     T mX{};

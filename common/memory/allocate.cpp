@@ -17,4 +17,13 @@ void* allocateBytesSlowly(Allocator* allocator, std::size_t size) {
     throwOutOfMemory();
 }
 
+void* allocateBytesOrBadAlloc(const AllocatorPtr& allocator, std::size_t size) {
+    try {
+        return allocateBytes(allocator, size);
+    } catch (OutOfMemoryException* exception) {
+        delete exception;
+    }
+    throw std::bad_alloc();
+}
+
 } // namespace Tarq::Common::Memory

@@ -2,6 +2,7 @@
 
 #include "common/exceptions/exception.h"
 #include "common/memory/allocate.h"
+#include "common/memory/internal/reserveallocator.h"
 
 #include <cstring>
 #include <utility>
@@ -36,6 +37,8 @@ uint32 Allocator::freeUnusedMemory() {
 
 void* Allocator::tryAlloc(uint32 size) noexcept {
     tThrower = nullptr;
+    // The caller may hold a lock; what `alloc` throws is made and deleted without entering any other.
+    const ReserveOnly exceptions;
     try {
         return alloc(size);
     } catch (Exceptions::Exception* exception) {

@@ -13,9 +13,11 @@ namespace Tarq::Common::Memory {
 /// bytes go back to the allocator they came from. Every block goes back to the allocator that gave it, before that
 /// allocator dies.
 ///
-/// A new kind of allocator overrides `alloc` and `free`. One that can tell exhaustion apart from reporting it overrides
-/// `tryAlloc` and `reportExhausted` too; whoever holds a lock asks through those, and reports when it has let go.
-/// Without these, whatever `alloc` throws arrives as an `OutOfMemoryException` there.
+/// A new kind of allocator overrides `alloc` and `free`. Its `alloc` throws nothing but `throwOutOfMemory()`, and makes
+/// no other exception on the library's allocators: it may run inside a lock that one of those waits for.
+/// One that can tell exhaustion apart from reporting it overrides `tryAlloc` and `reportExhausted` too; whoever holds a
+/// lock asks through those, and reports when it has let go. Without these, whatever `alloc` throws arrives as an
+/// `OutOfMemoryException` there.
 class TARQ_API Allocator : public LockedReferenceCounted {
 public:
     /// `name` keeps its first 14 characters; null is the empty name. `owner` is the allocator whose memory holds this
@@ -29,7 +31,7 @@ public:
     /// Gives memory that is held but unused back to where it came from and returns an amount; 0 here.
     virtual uint32 freeUnusedMemory();
     /// Returns `size` bytes aligned to 8 (to 4 where pointers have 4 bytes) if `size` is a multiple of that. When there
-    /// are none, it returns null or throws, as the class says.
+    /// are none, it returns null or throws, as the class says; `allocateBytes` always throws then.
     virtual void* alloc(uint32 size) = 0;
     /// Takes back what `alloc` gave.
     virtual void free(void* block) = 0;

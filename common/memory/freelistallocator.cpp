@@ -1,6 +1,7 @@
 #include "common/memory/freelistallocator.h"
 
 #include "common/debug/assert.h"
+#include "common/memory/internal/globalheap.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -86,7 +87,7 @@ void* pageAddress(void* block, uint32 header) noexcept {
 } // namespace
 
 FreeListAllocator::FreeListAllocator(const AllocatorPtr& parent, const AllocatorPtr& owner) noexcept
-    : Allocator("FreeList", owner), mParent(parent) {}
+    : Allocator("FreeList", owner), mParent(orGlobalHeap(parent)) {}
 
 FreeListAllocator::~FreeListAllocator() {
     while (mPages) {

@@ -29,7 +29,8 @@ namespace Tarq::Common::Memory {
 /// Threads: one at a time; the library wraps it (`ThreadSafeAllocWrapper`), hosts may use it plain on one thread.
 class TARQ_API FreeListAllocator : public Allocator {
 public:
-    /// `parent` gives pages and large blocks; `owner` is the allocator that holds this object's own bytes.
+    /// `parent` gives pages and large blocks; `owner` is the allocator that holds this object's own bytes. Either is
+    /// the global heap when empty.
     explicit FreeListAllocator(const AllocatorPtr& parent, const AllocatorPtr& owner = AllocatorPtr()) noexcept;
     ~FreeListAllocator() override;
 

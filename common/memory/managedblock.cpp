@@ -3,6 +3,7 @@
 #include "common/memory/allocate.h"
 
 #include <cstdint>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -39,6 +40,8 @@ void unchain(ManagedPrefix** link) noexcept {
 } // namespace
 
 void* newManagedBlock(std::size_t size, const AllocatorPtr& allocator) {
+    if (size > std::numeric_limits<std::size_t>::max() - sizeof(ManagedPrefix))
+        throwOutOfMemory();
     void* const memory = allocateBytes(allocator, size + sizeof(ManagedPrefix));
     return objectOf(::new (memory) ManagedPrefix{allocator, nullptr, 0});
 }
@@ -67,16 +70,16 @@ void deleteManagedBlock(void* object) noexcept {
     releaseBytes(allocator, prefix);
 }
 
-AllocatorPtr claimManagedBlock(const void* object) noexcept {
+const AllocatorPtr* claimManagedBlock(const void* object) noexcept {
     const auto address = reinterpret_cast<std::uintptr_t>(object);
     for (ManagedPrefix** link = &tUnclaimed; *link; link = &(*link)->olderUnclaimed) {
         ManagedPrefix* const prefix = *link;
         if (address - reinterpret_cast<std::uintptr_t>(objectOf(prefix)) >= prefix->objectSize)
             continue;
         unchain(link);
-        return prefix->allocator;
+        return &prefix->allocator;
     }
-    return {};
+    return nullptr;
 }
 
 } // namespace Tarq::Common::Memory

@@ -27,6 +27,7 @@ String OutOfMemoryException::getExceptionName() const {
 }
 
 void OutOfMemoryException::operator delete(void* object) noexcept {
+    Debug::CallStackRecord::forget(object);
     deleteManagedBlock(object);
 }
 

@@ -17,7 +17,9 @@ protected:
 /// There is no memory left, or more was asked for than an allocator can give. Message: "No Memory available".
 ///
 /// Makes itself in a reserve when the exception allocator has nothing left either. One reserve serves the process; it
-/// holds some dozens of these exceptions, and deleting one makes its place free again.
+/// holds some dozens of these exceptions, and deleting one makes its place free again. Those beyond are made on the
+/// global heap. When that is empty too, "No Memory available" is asserted, and the process ends when the callback
+/// returns.
 class TARQ_API OutOfMemoryException : public MemoryException {
 public:
     OutOfMemoryException();

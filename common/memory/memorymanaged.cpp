@@ -5,9 +5,9 @@
 
 namespace Tarq::Common::Memory {
 
-MemoryManaged::MemoryManaged() : mAllocator(claimManagedBlock(this)) {
-    if (!mAllocator)
-        mAllocator = Library::getTempAlloc();
+MemoryManaged::MemoryManaged() {
+    const AllocatorPtr* const holder = claimManagedBlock(this);
+    mAllocator = holder ? *holder : Library::getTempAlloc();
 }
 
 MemoryManaged::~MemoryManaged() = default;

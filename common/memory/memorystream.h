@@ -1,10 +1,10 @@
 #pragma once
 
 #include "common/container/vector.h"
+#include "common/io/shortcopy.h"
 #include "common/io/stream.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace Tarq::Common::Memory {
 
@@ -38,8 +38,8 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mOffset + numBytes;
-        if (isSingleRequest(numBytes) && end <= mReadLimit) [[likely]] {
-            copy(dst, mBlock + mOffset, numBytes);
+        if (IO::isSingleRequest(numBytes) && end <= mReadLimit) [[likely]] {
+            IO::copyShort(dst, mBlock + mOffset, numBytes);
             mOffset = static_cast<uint32>(end);
             return numBytes;
         }
@@ -48,8 +48,8 @@ public:
 
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mOffset + numBytes;
-        if (isSingleRequest(numBytes) && end <= mWriteLimit) [[likely]] {
-            copy(mBlock + mOffset, src, numBytes);
+        if (IO::isSingleRequest(numBytes) && end <= mWriteLimit) [[likely]] {
+            IO::copyShort(mBlock + mOffset, src, numBytes);
             mOffset = static_cast<uint32>(end);
             return;
         }
@@ -64,28 +64,6 @@ public:
     void close() override;
 
 private:
-    /// From 1 byte to 4 GiB - 1.
-    static bool isSingleRequest(uint64 numBytes) noexcept { return numBytes - 1 < 0xFFFFFFFF; }
-    /// Copies the sizes of plain values in place, also where the compiler does not know the size.
-    static void copy(void* dst, const void* src, uint64 numBytes) noexcept {
-        switch (numBytes) {
-        case 1:
-            std::memcpy(dst, src, 1);
-            return;
-        case 2:
-            std::memcpy(dst, src, 2);
-            return;
-        case 4:
-            std::memcpy(dst, src, 4);
-            return;
-        case 8:
-            std::memcpy(dst, src, 8);
-            return;
-        default:
-            std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
-        }
-    }
-
     uint64 readAcrossBlocks(void* dst, uint64 numBytes);
     void writeAcrossBlocks(const void* src, uint64 numBytes);
     void appendBlocks(uint64 count);

@@ -1,5 +1,6 @@
 #include "common/memory/internal/reserveallocator.h"
 
+#include "common/debug/assert.h"
 #include "common/library.h"
 #include "common/platform/assertreport.h"
 #include "common/utility/neverdestroyed.h"
@@ -18,24 +19,34 @@ struct BlockHeader {
     AllocatorPtr origin; ///< empty for the global heap and for the reserve
 };
 
-constexpr uint32 cSlotSize = 512;
+/// What an exception takes is smaller than this, or a call stack that halves itself until it fits: to 64 functions.
+constexpr uint32 cSlotSize = sizeof(BlockHeader) + 64 * sizeof(void*);
 /// An exception takes three: itself, its message and its call stack. Memory that is never touched costs nothing.
 constexpr uint32 cSlotCount = 256;
+
+constexpr char cNoMemory[] = "No Memory available";
 
 struct alignas(std::max_align_t) Slot {
     std::byte bytes[cSlotSize];
 };
 
-/// This thread is asking the exception allocator. When that fails by making such an exception itself, as an allocator
-/// of the host may, it is not asked for that one too.
-thread_local constinit bool tIsAsking = false;
+thread_local constinit bool tIsReserveOnly = false;
 
 void* askExceptionAllocator(const AllocatorPtr& origin, uint32 size) noexcept {
-    if (std::exchange(tIsAsking, true))
+    if (tIsReserveOnly)
         return nullptr;
-    void* const memory = origin ? origin->tryAlloc(size) : ::operator new(size, std::nothrow);
-    tIsAsking = false;
-    return memory;
+    // When it fails by making such an exception itself, as the host's may, it is not asked for that one too.
+    const ReserveOnly exceptions;
+    return origin ? origin->tryAlloc(size) : ::operator new(size, std::nothrow);
+}
+
+/// The bytes of a block with its header, rounded up, because allocators align what is a multiple of a word.
+constexpr uint64 wholeSizeOf(uint32 size) noexcept {
+    return (uint64{size} + sizeof(BlockHeader) + sizeof(void*) - 1) / sizeof(void*) * sizeof(void*);
+}
+
+void* makeBlock(void* memory, AllocatorPtr&& origin = {}) noexcept {
+    return ::new (memory) BlockHeader{std::move(origin)} + 1;
 }
 
 class ReserveAllocator final : public Allocator {
@@ -47,8 +58,13 @@ public:
     void* alloc(uint32 size) override {
         if (void* block = tryAlloc(size))
             return block;
-        // Not even the exception that says so can be made any more.
-        Platform::reportAssertionAndEnd("No Memory available", "common/memory/reserveallocator", __LINE__);
+        const auto whole = static_cast<std::size_t>(wholeSizeOf(size));
+        if (void* const memory = whole > size ? ::operator new(whole, std::nothrow) : nullptr)
+            return makeBlock(memory);
+        // Not even the exception that says so can be made any more. Whatever the host's callback does, there is no way
+        // to go on from here.
+        TARQ_FAIL(cNoMemory);
+        Platform::reportAssertionAndEnd(cNoMemory, TARQ_SOURCE_NAME, __LINE__);
     }
 
     void free(void* block) override {
@@ -64,17 +80,14 @@ public:
     }
 
     void* tryAlloc(uint32 size) noexcept override {
-        // Rounded up, because allocators align what is a multiple of a word.
-        const uint64 all = (uint64{size} + sizeof(BlockHeader) + sizeof(void*) - 1) / sizeof(void*) * sizeof(void*);
-        if (all > 0xFFFFFFFFu)
+        const uint64 whole = wholeSizeOf(size);
+        if (whole > 0xFFFFFFFFu)
             return nullptr;
         AllocatorPtr origin = Library::getExceptionAlloc();
-        void* memory = askExceptionAllocator(origin, static_cast<uint32>(all));
-        if (!memory) {
-            origin.reset();
-            memory = all <= cSlotSize ? acquireSlot() : nullptr;
-        }
-        return memory ? ::new (memory) BlockHeader{std::move(origin)} + 1 : nullptr;
+        if (void* const memory = askExceptionAllocator(origin, static_cast<uint32>(whole)))
+            return makeBlock(memory, std::move(origin));
+        void* const slot = whole <= cSlotSize ? acquireSlot() : nullptr;
+        return slot ? makeBlock(slot) : nullptr;
     }
 
 private:
@@ -116,6 +129,12 @@ struct Reserve {
 const AllocatorPtr& getReserveAllocator() noexcept {
     static NeverDestroyed<Reserve> reserve;
     return reserve.get().pointer;
+}
+
+ReserveOnly::ReserveOnly() noexcept : mWasInScope(std::exchange(tIsReserveOnly, true)) {}
+
+ReserveOnly::~ReserveOnly() {
+    tIsReserveOnly = mWasInScope;
 }
 
 } // namespace Tarq::Common::Memory

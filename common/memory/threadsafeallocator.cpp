@@ -1,9 +1,11 @@
 #include "common/memory/threadsafeallocator.h"
 
+#include "common/memory/internal/globalheap.h"
+
 namespace Tarq::Common::Memory {
 
 ThreadSafeAllocator::ThreadSafeAllocator(const AllocatorPtr& wrapped, const AllocatorPtr& owner) noexcept
-    : Allocator("ThreadSafe", owner), mWrapped(wrapped), mLock(Threading::cSpinCount) {}
+    : Allocator("ThreadSafe", owner), mWrapped(orGlobalHeap(wrapped)), mLock(Threading::cSpinCount) {}
 
 ThreadSafeAllocator::~ThreadSafeAllocator() = default;
 

@@ -10,6 +10,7 @@ namespace Tarq::Common::Memory {
 /// reported after the lock has been left.
 class TARQ_API ThreadSafeAllocator final : public Allocator {
 public:
+    /// An empty pointer stands for the global heap.
     explicit ThreadSafeAllocator(const AllocatorPtr& wrapped, const AllocatorPtr& owner = AllocatorPtr()) noexcept;
     ~ThreadSafeAllocator() override;
 
@@ -21,6 +22,7 @@ public:
     /// Ignores null.
     void free(void* block) override;
     void* tryAlloc(uint32 size) noexcept override;
+    /// Reports for the wrapped allocator, not locked.
     void reportExhausted(uint32 size) override;
 
 private:

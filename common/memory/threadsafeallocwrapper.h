@@ -9,12 +9,12 @@ namespace Tarq::Common::Memory {
 
 /// Makes the allocator `T` safe on several threads: a `T` whose operations enter a lock of their own.
 ///
-/// `SpinCount` is the number of looks at the lock that a contending thread takes before it sleeps. Exhaustion is
+/// A contending thread spins `SpinCount` times before it sleeps. Exhaustion is
 /// reported after the lock has been left, so that the report may use this allocator.
 template <class T, unsigned int SpinCount>
 class ThreadSafeAllocWrapper final : public T {
     static_assert(std::is_same_v<decltype(&T::tryAlloc), void* (T::*)(uint32) noexcept>,
-                  "the wrapped class must tell exhaustion apart from reporting it");
+                  "T must tell exhaustion apart from reporting it: override tryAlloc, or use ThreadSafeAllocator");
 
 public:
     template <class... Arguments>
@@ -23,6 +23,7 @@ public:
 
     bool isThreadSafe() const override { return true; }
 
+    /// Locked as well: other threads may go on meanwhile.
     uint32 freeUnusedMemory() override {
         const Threading::ScopedLock inside(mLock);
         return T::freeUnusedMemory();

@@ -4,7 +4,7 @@
 
 namespace Tarq::Common::Platform {
 
-/// Elapsed monotonic time since the process started (since the library was loaded into it), in nanoseconds.
+/// Elapsed monotonic time since the library was loaded into the process, in nanoseconds.
 uint64 getMonotonicNanoseconds() noexcept;
 
 } // namespace Tarq::Common::Platform

@@ -64,10 +64,10 @@ void CriticalSection::wakeWaiter(const std::atomic<uint32>* address) noexcept {
 
 void CriticalSection::lockContended(uint32 self) noexcept {
     uint32 backoff = 1;
-    for (uint32 look = 0; look < mSpinCount; ++look) {
+    for (uint32 spun = 0; spun < mSpinCount; spun += backoff) {
+        backoff = std::min(backoff * 2, cLongestBackoff);
         for (uint32 pause = 0; pause < backoff; ++pause)
             relaxProcessor();
-        backoff = std::min(backoff * 2, cLongestBackoff);
         uint32 free = mOwner.load(std::memory_order_relaxed);
         if (free == 0 && mOwner.compare_exchange_weak(free, self, std::memory_order_acquire, std::memory_order_relaxed))
             return;

@@ -17,15 +17,15 @@ TARQ_API uint32 getThreadToken() noexcept;
 /// to the kernel), so the thread that enters next may destroy it.
 ///
 /// How a sleeper cannot be forgotten. Leaving looks at the waiter count first and stores second, so a thread that
-/// begins to wait between the two is not woken. A sleeper therefore never trusts the wake-up alone: it sleeps for at
-/// most as long as it has waited already, looks at the lock again, and doubles. What it can lose is bounded by the time
-/// for which the leaving thread was held up between its load and its store, and a thread that leaves later sees the
-/// count.
+/// begins to wait between the two is not woken. A sleeper therefore never trusts the wake-up alone: it sleeps for a
+/// short while, looks at the lock again, and sleeps for twice as long the next time. What it can lose is bounded by the
+/// time for which the leaving thread was held up between its load and its store, and a thread that leaves later sees
+/// the count.
 ///
 /// Threads: any. The destructor requires that nobody is inside or waiting.
 class TARQ_API CriticalSection {
 public:
-    /// `spinCount` is the number of looks at the lock that a contending thread takes before it sleeps.
+    /// A contending thread spins `spinCount` times before it sleeps, and looks at the lock ever more seldom meanwhile.
     explicit constexpr CriticalSection(uint32 spinCount) noexcept : mSpinCount(spinCount) {}
     CriticalSection(const CriticalSection&) = delete;
     CriticalSection& operator=(const CriticalSection&) = delete;

@@ -12,7 +12,8 @@ void seedRandom(uint32 seed) noexcept;
 /// The next number of the plain generator, 0 to `cRandomMax`. Threads: any; they share one sequence.
 uint32 getRandom() noexcept;
 
-/// One number from the system's secure source, in the full range. Threads: any.
-uint32 getSecureRandom() noexcept;
+/// Draws one number from the system's secure source, in the full range. Returns false when there is no such source; the
+/// number is not to be used then. Threads: any.
+bool getSecureRandom(uint32& number) noexcept;
 
 } // namespace Tarq::Common::Platform

@@ -58,8 +58,9 @@ enum SymbolError : uint32 {
     SYMBOL_ERROR_BAD_ADDRESS = 487, ///< nothing is known about this address
 };
 
-/// Tells what is known about the code at `address`.
-AddressInfo resolveAddress(uint64 address) noexcept;
+/// Tells what is known about the code at `address`. Debug information that was installed apart from the modules is
+/// looked for in `directories` too, which ";" separates.
+AddressInfo resolveAddress(uint64 address, const std::string& directories) noexcept;
 
 /// The loaded modules, in the order in which they were loaded; the program is the first.
 std::vector<ModuleInfo> listModules() noexcept;
@@ -67,7 +68,7 @@ std::vector<ModuleInfo> listModules() noexcept;
 /// The public symbol server of this platform, for display.
 const char* getSymbolServer() noexcept;
 
-/// Whether debug information can be read: without the library that does it, only exported functions have names.
+/// Whether debug information can be read now: without the library that does it, only exported functions have names.
 TARQ_API bool canReadDebugInfo() noexcept;
 /// Switches the reading of debug information off, and on again. Off, what was read is dropped.
 TARQ_API void enableDebugInfo(bool enable) noexcept;

@@ -21,7 +21,7 @@ SystemVersion getSystemVersion();
 /// The user in whose name the process runs; the number in digits where the user has no name.
 std::string getUserName();
 
-/// The absolute path of the running program; empty when it cannot be told.
+/// The absolute path of the running program, whose file may be gone; empty when it cannot be told.
 std::string getProgramFile();
 
 } // namespace Tarq::Common::Platform

@@ -3,6 +3,7 @@
 #include "common/types.h"
 
 #include <cstddef>
+#include <optional>
 
 namespace Tarq::Common::Platform {
 
@@ -41,18 +42,18 @@ ThreadHandle getCurrentThread() noexcept;
 /// The system's number for the calling thread.
 int getCurrentThreadID() noexcept;
 
-/// Waits without limit until the thread has ended. Returns false if it cannot, as on the thread itself.
-bool waitForThread(ThreadHandle handle);
-/// Reads the exit code of a thread that has ended. Returns false if it has none: it was cancelled, or the system that
-/// started it has it.
-bool getThreadExitCode(ThreadHandle handle, int& code) noexcept;
+/// Waits without limit until the thread has ended, and stores its exit code: none if it was cancelled, or if somebody
+/// else started it and keeps the code. Returns false if it cannot wait, as on the thread itself.
+///
+/// The handle may be closed meanwhile.
+bool waitForThread(ThreadHandle handle, std::optional<int>& exitCode);
 
 /// Ends the calling thread. Destructors run; `catch (...)` sees it.
 [[noreturn]] void exitThread(int code);
 /// For use in `catch (...)`: lets the end of the thread go on, if it is what was caught; returns otherwise.
 void resumeThreadEnd();
 
-/// -15 (idle) to 15 (time-critical), 0 is normal. Applied as far as the process may.
+/// -15 (idle) to 15 (time-critical), 0 is normal. Applied as far as the process may go.
 void setThreadPriority(ThreadHandle handle, int priority) noexcept;
 /// What was set last.
 int getThreadPriority(ThreadHandle handle) noexcept;

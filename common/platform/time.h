@@ -28,12 +28,13 @@ struct MicroSeconds {
     }
 };
 
-/// The clocks. Both that run are monotonic: they neither stand still nor jump when the date is set. Threads: any.
+/// The clocks. Both that run are monotonic: they do not jump when the date is set. They may stand still while the
+/// machine is suspended. Threads: any.
 class TARQ_API Time {
 public:
-    /// Elapsed time since the start of the process.
+    /// Elapsed time since the library was loaded, which for a host that is linked to it is the start of the process.
     static MilliSeconds getWallTime() noexcept;
-    /// Elapsed time in the finest steps there are.
+    /// The same in finer steps.
     static MicroSeconds getPerformanceCount() noexcept;
     /// There is no calendar here: 0.
     static MilliSeconds getGMTTime() noexcept;

@@ -10,6 +10,12 @@ Mutex::Mutex() {
     TARQ_ASSERT(mHandle, "Cannot create mutex");
 }
 
+Mutex::~Mutex() {
+    // What was taken here, the handle lets go of.
+    if (mHandle.tryLock() == WaitResult::WRESULT_TIMEOUT)
+        TARQ_FAIL("Mutex is destroyed while another thread holds it");
+}
+
 bool Mutex::tryLock() {
     const WaitResult result = mHandle.tryLock();
     if (result == WaitResult::WRESULT_SUCCESS)

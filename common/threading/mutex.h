@@ -10,11 +10,14 @@ namespace Tarq::Common::Threading {
 /// The owner may lock it again and unlocks it as often. When a thread ends while it holds the mutex, the next one that
 /// locks it gets it all the same, and the loss is reported: what the mutex guards may be half done.
 ///
-/// Threads: any. Nothing is thrown. Destroy it while no other thread holds it or waits for it.
+/// Threads: any. Nothing is thrown. Destroy it while no other thread holds it or waits for it: a thread that holds it
+/// is linked to its bytes, and writes to them when it locks another mutex, lets go of one, or ends.
 class TARQ_API Mutex {
 public:
     /// Nobody holds it. Asserts "Cannot create mutex" when the system refuses; every operation then fails.
     Mutex();
+    /// Asserts "Mutex is destroyed while another thread holds it".
+    ~Mutex();
     Mutex(const Mutex&) = delete;
     Mutex& operator=(const Mutex&) = delete;
 

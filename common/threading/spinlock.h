@@ -9,7 +9,7 @@ namespace Tarq::Common::Threading {
 /// Use it for sections of a few instructions. Threads: any. Nothing is thrown or asserted.
 class SpinLock {
 public:
-    /// A contending thread looks `spinCount` times at the lock before it sleeps; the library passes 4000 everywhere.
+    /// A contending thread spins `spinCount` times before it sleeps; the library passes 4000 everywhere.
     explicit constexpr SpinLock(unsigned int spinCount) noexcept : mSection(spinCount) {}
 
     /// Enters, waiting as long as another thread is inside.

@@ -7,8 +7,10 @@
 #include "common/platform/thread.h"
 #include "common/threading/threaded.h"
 
+#include <array>
 #include <exception>
 #include <new>
+#include <optional>
 #include <utility>
 
 namespace Tarq::Common::Threading {
@@ -36,10 +38,10 @@ public:
 };
 
 /// Cuts off what is too long.
-template <class Name>
-Name keepName(String::View name) noexcept {
-    Name kept{};
-    name.copy(kept.data(), kept.size() - 1);
+template <class Characters>
+Characters keepText(String::View text) noexcept {
+    Characters kept{};
+    text.copy(kept.data(), kept.size() - 1);
     return kept;
 }
 
@@ -53,7 +55,7 @@ void* tryAllocate(const Memory::AllocatorPtr& allocator, std::size_t size) noexc
 }
 
 /// A callback that throws has nobody left to throw to.
-void reportEscape(Debug::TextPiece what) {
+void reportEscape(const char* what) {
     try {
         TARQ_FAIL("Thread \"", tName, "\" was left by an exception: ", what);
     } catch (Exceptions::Exception* exception) {
@@ -66,34 +68,38 @@ void reportEscape(Debug::TextPiece what) {
 /// Returns what `body` returns, or `cNoExitCode` when something was thrown.
 template <class Body>
 int runGuarded(const Body& body) {
+    // The callback that gets the report may end the thread, which cannot pass while an exception is being handled.
+    using Text = std::array<char, 1024>;
+    Text what;
     try {
         return body();
     } catch (Exceptions::Exception* exception) {
         const Exceptions::Holder holder(exception);
-        reportEscape(exception->getMessage());
+        what = keepText<Text>(exception->getMessage());
     } catch (const std::exception& exception) {
-        reportEscape(exception.what());
+        what = keepText<Text>(exception.what());
     } catch (...) {
         Platform::resumeThreadEnd();
-        reportEscape("of a type unknown here");
+        what = keepText<Text>("of a type unknown here");
     }
+    reportEscape(what.data());
     return Thread::cNoExitCode;
 }
 
 } // namespace
 
 Thread::Thread(int (*function)(void*), void* argument, const String& name, int stackSize)
-    : mName(keepName<Name>(name)) {
+    : mName(keepText<Name>(name)) {
     start(function, argument, nullptr, stackSize);
 }
 
-Thread::Thread(Threaded* object, const String& name, int stackSize) : mName(keepName<Name>(name)) {
+Thread::Thread(Threaded* object, const String& name, int stackSize) : mName(keepText<Name>(name)) {
     start(nullptr, nullptr, object, stackSize);
 }
 
 Thread::Thread(void* handle) : Thread(handle, "") {}
 
-Thread::Thread(void* handle, const char* name) : mHandle(handle), mPsydoInstance(true), mName(keepName<Name>(name)) {
+Thread::Thread(void* handle, const char* name) : mHandle(handle), mPsydoInstance(true), mName(keepText<Name>(name)) {
     if (mHandle != THREAD_INVALID_HANDLE)
         Platform::openThread(mHandle);
 }
@@ -171,12 +177,11 @@ void Thread::closeHandle() {
 int Thread::join() {
     if (!TARQ_ASSERT(mHandle != THREAD_INVALID_HANDLE, "Invalid thread handle"))
         return cNoExitCode;
-    void* const handle = mHandle;
-    if (!TARQ_ASSERT_AS("retVal != WAIT_FAILED", Platform::waitForThread(handle), "cannot join thread"))
+    std::optional<int> code;
+    if (!TARQ_ASSERT_AS("retVal != WAIT_FAILED", Platform::waitForThread(mHandle, code), "cannot join thread"))
         return cNoExitCode;
-    int code = cNoExitCode;
-    TARQ_ASSERT_AS("retVal", Platform::getThreadExitCode(handle, code), "cannot get exit code from joined thread");
-    return code;
+    TARQ_ASSERT_AS("retVal", code, "cannot get exit code from joined thread");
+    return code.value_or(cNoExitCode);
 }
 
 void Thread::exit(int code) {
@@ -188,11 +193,10 @@ void Thread::sleep(unsigned int milliseconds) {
 }
 
 void Thread::setPriority(ThreadPriority priority) {
-    if (!TARQ_ASSERT(priority <= TPRIO_TIME_CRITICAL, "priority out of range"))
-        return;
-    if (!TARQ_ASSERT(mHandle != THREAD_INVALID_HANDLE, "Invalid thread handle"))
-        return;
-    Platform::setThreadPriority(mHandle, priority);
+    const bool isInRange = TARQ_ASSERT(priority <= TPRIO_TIME_CRITICAL, "priority out of range");
+    const bool hasHandle = TARQ_ASSERT(mHandle != THREAD_INVALID_HANDLE, "Invalid thread handle");
+    if (isInRange && hasHandle)
+        Platform::setThreadPriority(mHandle, priority);
 }
 
 Thread::ThreadPriority Thread::getPriority() const {

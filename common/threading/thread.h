@@ -5,6 +5,7 @@
 #include "common/string.h"
 
 #include <array>
+#include <concepts>
 
 namespace Tarq::Common::Threading {
 
@@ -22,7 +23,8 @@ inline constexpr void* THREAD_INVALID_HANDLE = nullptr;
 /// A pseudo instance wraps a handle that it does not own and does not close. It counts on its own: made while the
 /// thread runs or a handle to it is open, it stays good for as long as it exists.
 ///
-/// What a body throws ends its thread with the exit code `cNoExitCode` and is reported as an assertion.
+/// What a body throws ends its thread with the exit code `cNoExitCode` and is reported as an assertion, which ends the
+/// process unless the host has installed an assertion callback of its own.
 ///
 /// Threads: `join`, `setPriority`, `getPriority` and `getName` on any, several at once; the rest while no other thread
 /// uses the instance. The handle is in place before the body runs, so the body may use the instance.
@@ -32,8 +34,8 @@ inline constexpr void* THREAD_INVALID_HANDLE = nullptr;
 class TARQ_API Thread : public Memory::MemoryManaged {
 public:
     /// Each level is a share of processor time. A process may always lower a thread; to raise one, also back to where
-    /// it was, most systems ask for a right that few processes have. A refusal is not reported. Values in between are
-    /// kept, and count as the next level towards normal.
+    /// it was, most systems ask for a right that few processes have. Then it is raised as far as the process may go,
+    /// without a report. Values in between are kept, and count as the next level towards normal.
     enum ThreadPriority : int {
         TPRIO_IDLE = -15,
         TPRIO_LOWEST = -2,
@@ -60,6 +62,9 @@ public:
     Thread(Threaded* object, const String& name, int stackSize);
     /// A pseudo instance around `handle`.
     explicit Thread(void* handle);
+    /// No object is a handle: what is missing is a name and a stack size.
+    template <std::derived_from<Threaded> Object>
+    explicit Thread(Object*) = delete;
     /// Closes the handle, unless this is a pseudo instance.
     ~Thread() override;
 
@@ -80,7 +85,7 @@ public:
 
     /// Waits without limit for the thread to end and returns its exit code.
     ///
-    /// The thread's own static objects are gone by then, if somebody has held a handle to it throughout.
+    /// The thread's own static objects are gone by then, if the library has started it.
     /// Asserts "Invalid thread handle" without a handle; "cannot join thread" on the thread itself; "cannot get exit
     /// code from joined thread" for a thread that was cancelled, or that the library did not start and `exit` did not
     /// end. Returns `cNoExitCode` then.
@@ -110,8 +115,8 @@ private:
 
     Thread(void* handle, const char* name);
 
-    static int runStart(void* start);
-    static void releaseStart(void* start);
+    static int runStart(void* argument);
+    static void releaseStart(void* argument);
     void start(int (*function)(void*), void* argument, Threaded* object, int stackSize);
 
     void* mHandle = THREAD_INVALID_HANDLE;

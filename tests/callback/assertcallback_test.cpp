@@ -82,7 +82,7 @@ TEST_CASE_FIXTURE(BareTest, "a callback that is replaced while it runs lives unt
 
 TEST_CASE_FIXTURE(BareTest, "threads that ask first at once get the same default callback") {
     const AssertCallbackPtr previous = Interface::getAssertCallback();
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 10; ++round) {
         Interface::setAssertCallback(nullptr);
         Gate gate;
         std::vector<AssertCallbackPtr> seen(4);
@@ -104,14 +104,14 @@ TEST_CASE_FIXTURE(BareTest, "threads that ask first at once get the same default
 
 TEST_CASE_FIXTURE(BareTest, "threads assert while the callback is replaced again and again") {
     const AssertCallbackPtr previous = Interface::getAssertCallback();
-    const ExpectedAssertion expected("text", "file", 4000);
+    const ExpectedAssertion expected("text", "file", 400);
     std::vector<std::thread> threads;
     for (int at = 0; at < 2; ++at)
         threads.emplace_back([] {
-            for (int times = 0; times < 2000; ++times)
+            for (int times = 0; times < 200; ++times)
                 Debug::ShowAssertMessage("text", "file", 1);
         });
-    for (int times = 0; times < 500; ++times)
+    for (int times = 0; times < 100; ++times)
         Interface::setAssertCallback(AssertCallbackPtr(new TestAssertCallback));
     for (std::thread& thread : threads)
         thread.join();

@@ -1,11 +1,10 @@
 #include "common/debug/assert.h"
 
+#include "common/debug/logtype.h"
 #include "common/string.h"
 #include "tests/support/librarytest.h"
 
 #include <limits>
-#include <thread>
-#include <vector>
 
 using namespace Tarq::Common;
 using namespace Tarq::Test;
@@ -31,19 +30,17 @@ TEST_CASE_FIXTURE(LibraryTest, "an assertion shows its condition and its pieces"
          "\nError Message: \"0 -7 255 -32768\""},
         {[] { return TARQ_FAIL(std::numeric_limits<uint64>::max(), " ", std::numeric_limits<int64>::min()); },
          "\nError Message: 18446744073709551615 -9223372036854775808"},
-        {[] { return TARQ_FAIL(1.5, " ", -0.1, " ", 1e300); }, "\nError Message: 1.5 -0.1 1e+300"},
+        {[] { return TARQ_FAIL(1.5, " ", -0.1f, " ", 1.0 / 3, " ", 1e300); },
+         "\nError Message: 1.5 -0.1 0.333333 1e+300"},
+        {[] { return TARQ_FAIL(Debug::LOG_ERROR, " ", std::string_view("a\0b", 3)); }, "\nError Message: 16 a b"},
     };
     for (const auto& each : cases) {
         CAPTURE(each.text);
         const ExpectedAssertion expected(each.text, cThisFile);
         CHECK(!each.assertSomething());
     }
-}
-
-TEST_CASE_FIXTURE(LibraryTest, "an assertion that holds is true and builds nothing") {
     int built = 0;
-    const auto build = [&] { return ++built; };
-    CHECK(TARQ_ASSERT(built == 0, build()));
+    CHECK(TARQ_ASSERT(built == 0, ++built));
     CHECK(built == 0);
 }
 
@@ -61,8 +58,7 @@ TEST_CASE_FIXTURE(BareTest, "a source is named from common/ on, without its exte
         const char* path;
         const char* name;
     } cases[] = {
-        {"common/utility/initcounter.cpp", "common/utility/initcounter"},
-        {"/home/me/work/common/io/stream.h", "common/io/stream"},
+        {"/kit/work/common/io/stream.h", "common/io/stream"},
         {"../common/string.h", "common/string"},
         {"common/host/common/io/stream.h", "common/io/stream"},
         {"common/uncommon/x.cpp", "common/uncommon/x"},
@@ -77,16 +73,4 @@ TEST_CASE_FIXTURE(BareTest, "a source is named from common/ on, without its exte
         CHECK(Debug::sourceNameOf(each.path) == each.name);
     }
     CHECK(std::string_view(TARQ_SOURCE_NAME) == cThisFile);
-}
-
-TEST_CASE_FIXTURE(LibraryTest, "assertions from several threads all arrive") {
-    const ExpectedAssertion expected("\nError Message: from a thread", cThisFile, 400);
-    std::vector<std::thread> threads;
-    for (int count = 0; count < 4; ++count)
-        threads.emplace_back([] {
-            for (int times = 0; times < 100; ++times)
-                TARQ_FAIL("from a ", String("thread"));
-        });
-    for (std::thread& thread : threads)
-        thread.join();
 }

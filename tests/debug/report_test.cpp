@@ -1,5 +1,6 @@
 #include "common/debug/report.h"
 
+#include "common/interface.h"
 #include "tests/support/librarytest.h"
 #include "tests/support/recordinglistener.h"
 
@@ -35,14 +36,6 @@ TEST_CASE_FIXTURE(LibraryTest, "a report carries its pieces and its place") {
     CHECK(heard.line == line);
 }
 
-TEST_CASE_FIXTURE(LibraryTest, "a report names its file as an assertion does") {
-    const RecordingListener listener;
-    report({LOG_ERROR, "f", "/home/me/tarq/common/io/stream.cpp", 5}, "");
-    REQUIRE(listener.mHeard.size() == 1);
-    CHECK(listener.mHeard.front().file == "common/io/stream");
-    CHECK(listener.mHeard.front().line == 5);
-}
-
 TEST_CASE_FIXTURE(LibraryTest, "a report that nobody wants reads none of its pieces") {
     const RecordingListener listener;
     LogReporter* const reporter = Library::getLogReporter();
@@ -58,10 +51,43 @@ TEST_CASE_FIXTURE(LibraryTest, "a report that nobody wants reads none of its pie
     CHECK(listener.messages() == "text ");
 }
 
-TEST_CASE_FIXTURE(BareTest, "a report while the library is down goes nowhere") {
-    int reads = 0;
-    report({LOG_ERROR, "f"}, CountedText{reads});
-    CHECK(reads == 0);
+namespace {
+
+/// Reports each assertion, as a host may want to.
+class ReportingCallback : public Callback::AssertCallback {
+public:
+    explicit ReportingCallback(int& count) : mCount(count) {}
+    void showAssert(const char* message, const char*, unsigned int) override {
+        ++mCount;
+        report({LOG_ERROR, "showAssert"}, message);
+    }
+
+private:
+    int& mCount;
+};
+
+} // namespace
+
+TEST_CASE_FIXTURE(LibraryTest, "an assertion callback that reports is not called without end") {
+    int count = 0;
+    Interface::setAssertCallback(Callback::AssertCallbackPtr(new ReportingCallback(count)));
+    SUBCASE("when memory runs out") {
+        const std::string longText(400, '7');
+        getMemory().failAfter(0);
+        report({LOG_ERROR, "f"}, longText);
+        getMemory().failNever();
+        CHECK(count <= 3);
+    }
+    SUBCASE("when errors break") {
+        Library::getLogReporter()->enableAssertType(LOG_ERROR, true);
+        for (int times = 1; times <= 2; ++times) {
+            report({LOG_ERROR, "f"}, "m");
+            CHECK(count == 3 * times);
+        }
+    }
+    const RecordingListener listener;
+    report({LOG_WARNING, "f"}, "after");
+    CHECK(listener.messages() == "after ");
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a report that finds no memory is dropped, and the next one arrives") {
@@ -76,15 +102,4 @@ TEST_CASE_FIXTURE(LibraryTest, "a report that finds no memory is dropped, and th
     CHECK(listener.messages() == "first ");
     report({LOG_ERROR, "f"}, longText);
     CHECK(listener.messages() == "first " + longText + " ");
-}
-
-TEST_CASE_FIXTURE(LibraryTest, "a message may be streamed together on the debug allocator") {
-    const int64 before = getMemory().getBytes();
-    {
-        LogStream stream;
-        stream << std::string(1000, '-') << 42;
-        CHECK(getMemory().getBytes() >= before + 1000);
-        CHECK(stream.str().ends_with("-42"));
-    }
-    CHECK(getMemory().getBytes() == before);
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <mutex>
 #include <vector>
 
 namespace Tarq::Test {
@@ -18,13 +19,9 @@ public:
     enum Exhaustion { EXHAUSTION_NULL, EXHAUSTION_THROW };
 
     explicit LedgerAllocator(Exhaustion exhaustion = EXHAUSTION_NULL) : Allocator("Ledger"), mExhaustion(exhaustion) {}
-    ~LedgerAllocator() override {
-        if (mIsGone)
-            *mIsGone = true;
-    }
 
     void* alloc(uint32 size) override {
-        const Inside inside(*this);
+        const std::unique_lock inside = enter();
         mAsked.push_back(size);
         if (mLeft == 0) {
             if (mExhaustion == EXHAUSTION_THROW)
@@ -36,7 +33,7 @@ public:
         return mOutstanding.back();
     }
     void free(void* block) override {
-        const Inside inside(*this);
+        const std::unique_lock inside = enter();
         std::erase(mOutstanding, block);
         mReturned.push_back(block);
         std::free(block);
@@ -47,20 +44,17 @@ public:
     std::vector<void*> mReturned;    ///< in the order in which they came
     std::atomic<int> mLeft{-1};      ///< grants this many blocks more; all when negative
     std::atomic<bool> mWasShared{false};
-    bool* mIsGone = nullptr;
 
 private:
-    struct Inside {
-        explicit Inside(LedgerAllocator& allocator) : mAllocator(allocator) {
-            if (mAllocator.mEntered.fetch_add(1) != 0)
-                mAllocator.mWasShared = true;
-        }
-        ~Inside() { --mAllocator.mEntered; }
-        LedgerAllocator& mAllocator;
-    };
+    std::unique_lock<std::recursive_mutex> enter() {
+        std::unique_lock inside(mMutex, std::try_to_lock);
+        if (!inside)
+            mWasShared = true;
+        return inside;
+    }
 
     Exhaustion mExhaustion;
-    std::atomic<int> mEntered{0};
+    std::recursive_mutex mMutex;
 };
 
 } // namespace Tarq::Test

@@ -20,7 +20,7 @@ public:
         std::string file;
         Common::uint32 line;
     };
-    static constexpr auto cAll = static_cast<Common::Debug::LogType>(31);
+    static constexpr auto cAll = Common::Debug::cAllLogTypes;
 
     explicit RecordingListener(Common::Debug::LogType types = cAll) {
         Common::Debug::LogManager::getInstance()->addListener(types, this);

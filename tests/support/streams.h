@@ -1,11 +1,16 @@
 #pragma once
 
+#include "tests/support/doctest.h"
+#include "tests/support/expectedassertion.h"
+
+#include "common/exceptions/argumentexception.h"
 #include "common/io/ioexception.h"
 #include "common/io/stream.h"
 
 #include <algorithm>
+#include <random>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Tarq::Test {
@@ -19,8 +24,8 @@ class RecordingStream : public Common::IO::Stream {
 public:
     explicit RecordingStream(std::string contents = std::string()) : mBytes(std::move(contents)) {}
 
-    bool canRead() const override { return mCanRead && !mClosed; }
-    bool canWrite() const override { return mCanWrite && !mClosed; }
+    bool canRead() const override { return !mClosed; }
+    bool canWrite() const override { return !mClosed; }
     bool canSeek() const override { return !mClosed; }
     bool isClosed() const override { return mClosed; }
     uint64 getLength() const override { return mBytes.size(); }
@@ -73,8 +78,6 @@ public:
     void failNever() { mCallsBeforeFailure = 0; }
     /// No read delivers more than this, as if the end were near.
     void limitReads(uint64 longest) { mLongestRead = longest; }
-    void forbidReading() { mCanRead = false; }
-    void forbidWriting() { mCanWrite = false; }
 
 private:
     void failIfDue() {
@@ -93,8 +96,6 @@ private:
     std::vector<std::string> mCalls;
     int mCallsBeforeFailure = 0;
     uint64 mLongestRead = ~uint64{0};
-    bool mCanRead = true;
-    bool mCanWrite = true;
     bool mClosed = false;
 };
 
@@ -104,6 +105,69 @@ inline std::string patternOf(uint64 count) {
     for (std::size_t at = 0; at < bytes.size(); ++at)
         bytes[at] = static_cast<char>(at % 251);
     return bytes;
+}
+
+/// Up to `numBytes` of the next bytes; there are no more than 1000.
+inline std::string readText(Common::IO::Stream& stream, uint64 numBytes) {
+    std::string text(1000, '?');
+    text.resize(static_cast<std::size_t>(stream.read(text.data(), numBytes)));
+    return text;
+}
+
+/// What `body` ends in: the name and message of the exception that it throws, with the argument that is to blame; or
+/// the assertions that it reports, with their file. Nothing is an empty text.
+template <class Body>
+std::string outcomeOf(Body&& body) {
+    const AssertionRecorder recorder;
+    std::string outcome;
+    try {
+        body();
+    } catch (Common::Exceptions::Exception* exception) {
+        const Common::Exceptions::Holder holder(exception);
+        outcome = (exception->getExceptionName() + ": " + exception->getMessage()).c_str();
+        if (const auto* argument = dynamic_cast<Common::Exceptions::ArgumentException*>(exception))
+            outcome += std::string(" [") + argument->getArgumentName().c_str() + "]";
+    }
+    for (const SeenAssertion& assertion : recorder.getSeen())
+        outcome += (outcome.empty() ? "" : "; ") + assertion.file + ": " + assertion.text;
+    return outcome;
+}
+
+/// Reads, writes and seeks at random, and does the same to the bytes of `model`, which are those of the stream.
+inline void mixOperations(Common::IO::Stream& stream, std::string& model, std::mt19937& random) {
+    using enum Common::IO::Stream::SeekOrigin;
+    const auto upTo = [&random](std::size_t most) { return static_cast<std::size_t>(random() % (most + 1)); };
+    std::size_t position = static_cast<std::size_t>(stream.getPosition());
+    for (int step = 0; step < 20; ++step) {
+        const std::size_t count = upTo(1) != 0 ? upTo(20) : std::size_t{1} << upTo(3);
+        switch (upTo(2)) {
+        case 0:
+            REQUIRE(readText(stream, count) == model.substr(position, count));
+            position += std::min(count, model.size() - position);
+            break;
+        case 1: {
+            if (position + count > 900)
+                break;
+            const std::string bytes = patternOf(300).substr(upTo(200), count);
+            stream.write(bytes.data(), count);
+            model.replace(position, count, bytes);
+            position += count;
+            break;
+        }
+        default: {
+            // What a stream has not yet handed on may be missing in its length.
+            const std::size_t bases[] = {position, 0, model.size()};
+            const Common::IO::Stream::SeekOrigin origins[] = {SORIGIN_CURRENT, SORIGIN_BEGIN, SORIGIN_END};
+            const std::size_t chosen = upTo(stream.getLength() == model.size() ? 2 : 1);
+            position = upTo(model.size());
+            const int64 offset = static_cast<int64>(position) - static_cast<int64>(bases[chosen]);
+            REQUIRE(stream.seek(offset, origins[chosen]) == position);
+        }
+        }
+        REQUIRE(stream.getPosition() == position);
+    }
+    stream.flush();
+    REQUIRE(stream.getLength() == model.size());
 }
 
 } // namespace Tarq::Test

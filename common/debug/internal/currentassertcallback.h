@@ -14,10 +14,14 @@ public:
     CurrentAssertCallback& operator=(const CurrentAssertCallback&) = delete;
 
     void set(const Callback::AssertCallbackPtr& callback);
+    /// Throws `OutOfMemoryException` when there is no memory for the default callback.
     const Callback::AssertCallbackPtr& get();
     void show(const char* message, const char* file, unsigned int line);
 
 private:
+    /// Null when there is no memory for the default callback.
+    const Callback::AssertCallbackPtr* tryGet() noexcept;
+
     Threading::SpinLock mLock;
     Callback::AssertCallbackPtr mCallback;
 };

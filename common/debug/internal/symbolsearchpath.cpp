@@ -35,13 +35,7 @@ std::string getVariable(const char* name) {
     return value ? value : "";
 }
 
-} // namespace
-
-std::string buildSymbolSearchPath(const char* first) {
-    std::string path;
-    appendPlace(path, first);
-    appendPlace(path, ".");
-    appendPlace(path, getWorkingDirectory());
+void appendKnownDirectories(std::string& path) {
     appendPlace(path, getProgramDirectory());
     appendPlace(path, getVariable("_NT_SYMBOL_PATH"));
     appendPlace(path, getVariable("_NT_ALTERNATE_SYMBOL_PATH"));
@@ -50,10 +44,27 @@ std::string buildSymbolSearchPath(const char* first) {
         appendPlace(path, systemRoot);
         appendPlace(path, systemRoot + "\\system32");
     }
+}
+
+} // namespace
+
+std::string buildSymbolSearchPath(const char* first) {
+    std::string path;
+    appendPlace(path, first);
+    appendPlace(path, ".");
+    appendPlace(path, getWorkingDirectory());
+    appendKnownDirectories(path);
     // Shown, never asked.
     const std::string systemDrive = getVariable("SYSTEMDRIVE");
     const std::string store = systemDrive.empty() ? "c:\\websymbols" : systemDrive + "\\websymbols";
     appendPlace(path, "SRV*" + store + "*" + Platform::getSymbolServer());
+    return path;
+}
+
+std::string listSymbolDirectories(const char* first) {
+    std::string path;
+    appendPlace(path, first);
+    appendKnownDirectories(path);
     return path;
 }
 

@@ -13,4 +13,8 @@ inline constexpr std::size_t cMaxSearchPathLength = 4095;
 /// A place that does not fit any more is left out. Throws `std::bad_alloc`.
 std::string buildSymbolSearchPath(const char* first);
 
+/// The places among these that are looked at: all but the working directory, where a stranger's files may be, and the
+/// symbol server. Throws `std::bad_alloc`.
+std::string listSymbolDirectories(const char* first);
+
 } // namespace Tarq::Common::Debug

@@ -21,11 +21,11 @@ void* newClaimableBlock(std::size_t size, const AllocatorPtr& allocator);
 /// Gives the bytes of an object, which is destroyed already or was never made, back to the recorded allocator.
 void deleteManagedBlock(void* object) noexcept;
 
-/// Returns the allocator of the block around `object`, if its constructor runs inside a claimable block that this
-/// thread took and no constructor has asked for yet; an empty pointer for an object anywhere else (on the stack, inside
+/// Returns the recorded allocator of the block around `object`, if its constructor runs inside a claimable block that
+/// this thread took and no constructor has asked for yet; null for an object anywhere else (on the stack, inside
 /// another one).
 ///
 /// Asked once for each block: the base class of what is made there asks first.
-AllocatorPtr claimManagedBlock(const void* object) noexcept;
+const AllocatorPtr* claimManagedBlock(const void* object) noexcept;
 
 } // namespace Tarq::Common::Memory

@@ -12,7 +12,7 @@ uint64 readClock() noexcept {
     return static_cast<uint64>(now.tv_sec) * 1000000000u + static_cast<uint64>(now.tv_nsec);
 }
 
-/// Read while the library is loaded, which for a linked host is the start of the process.
+/// Read while the library is loaded.
 const uint64 gStart = readClock();
 
 } // namespace

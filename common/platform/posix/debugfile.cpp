@@ -5,6 +5,7 @@
 #include "common/platform/posix/symbolnames.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <iterator>
 
 #include <fcntl.h>
@@ -17,9 +18,9 @@ namespace {
 /// Where separate debug information is installed.
 constexpr const char* cDebugDirectory = "/usr/lib/debug";
 
-std::string buildIdPath(std::string_view buildId) {
+std::string buildIdPath(std::string_view directory, std::string_view buildId) {
     constexpr std::string_view cDigits = "0123456789abcdef";
-    std::string path = std::string(cDebugDirectory) + "/.build-id/";
+    std::string path = std::string(directory) + "/.build-id/";
     for (std::size_t at = 0; at < buildId.size(); ++at) {
         const unsigned int byte = static_cast<unsigned char>(buildId[at]);
         path += cDigits[byte >> 4];
@@ -30,21 +31,32 @@ std::string buildIdPath(std::string_view buildId) {
     return path + ".debug";
 }
 
+std::vector<std::string> splitDirectories(std::string_view directories) {
+    std::vector<std::string> parts;
+    while (!directories.empty()) {
+        const std::size_t end = std::min(directories.find(';'), directories.size());
+        if (end != 0)
+            parts.emplace_back(directories.substr(0, end));
+        directories.remove_prefix(std::min(end + 1, directories.size()));
+    }
+    return parts;
+}
+
 const char* textOr(const char* text, const char* fallback) noexcept {
     return text ? text : fallback;
 }
 
 } // namespace
 
-DebugFile::DebugFile(const Libdw& dw, const std::string& file, std::string_view buildId)
-    : mDw(dw), mElf(open(file, buildId)), mSeparateElf(nullptr, dw.elf_end), mSharedElf(nullptr, dw.elf_end),
-      mSharedDwarf(nullptr, dw.dwarf_end), mDwarf(nullptr, dw.dwarf_end) {
+DebugFile::DebugFile(const Libdw& dw, const LoadedModule& module, const std::string& directories)
+    : mDw(dw), mDirectories(directories), mElf(open(module.link, module.buildId)), mSeparateElf(nullptr, dw.elf_end),
+      mSharedElf(nullptr, dw.elf_end), mSharedDwarf(nullptr, dw.dwarf_end), mDwarf(nullptr, dw.dwarf_end) {
     if (!mElf)
         return;
     readSymbols(mElf.get());
     mDwarf = readDwarf(mElf.get());
     if (!mDwarf)
-        mSeparateElf = openSeparate(file, buildId);
+        mSeparateElf = openSeparate(module);
     if (mSeparateElf) {
         readSymbols(mSeparateElf.get());
         mDwarf = readDwarf(mSeparateElf.get());
@@ -54,11 +66,13 @@ DebugFile::DebugFile(const Libdw& dw, const std::string& file, std::string_view 
     std::ranges::stable_sort(mSymbols, {}, &Symbol::begin);
 }
 
-DebugFile::ElfPtr DebugFile::open(const std::string& file, std::string_view buildId) const {
+DebugFile::ElfPtr DebugFile::open(const std::string& file, std::string_view buildId) {
     const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool isShort = descriptor < 0 && (errno == EMFILE || errno == ENFILE || errno == ENOMEM);
     ElfPtr elf(descriptor < 0 ? nullptr : mDw.elf_begin(descriptor, ELF_C_READ_MMAP, nullptr), mDw.elf_end);
     // What is not mapped is read now; the descriptor is not needed any more.
     const bool isRead = elf && mDw.elf_cntl(elf.get(), ELF_C_FDREAD) == 0;
+    mIsIncomplete = mIsIncomplete || isShort || (descriptor >= 0 && !isRead);
     if (descriptor >= 0)
         close(descriptor);
     const void* bytes = nullptr;
@@ -69,8 +83,11 @@ DebugFile::ElfPtr DebugFile::open(const std::string& file, std::string_view buil
     return elf;
 }
 
-DebugFile::DwarfPtr DebugFile::readDwarf(Elf* elf) const {
-    return DwarfPtr(mDw.dwarf_begin_elf(elf, DWARF_C_READ, nullptr), mDw.dwarf_end);
+DebugFile::DwarfPtr DebugFile::readDwarf(Elf* elf) {
+    errno = 0;
+    DwarfPtr dwarf(mDw.dwarf_begin_elf(elf, DWARF_C_READ, nullptr), mDw.dwarf_end);
+    mIsIncomplete = mIsIncomplete || (!dwarf && errno == ENOMEM);
+    return dwarf;
 }
 
 void DebugFile::openShared() {
@@ -80,28 +97,33 @@ void DebugFile::openShared() {
     if (size <= 0)
         return;
     const std::string_view sharedId(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
-    mSharedElf = open(buildIdPath(sharedId), sharedId);
+    mSharedElf = open(buildIdPath(cDebugDirectory, sharedId), sharedId);
     if (mSharedElf)
         mSharedDwarf = readDwarf(mSharedElf.get());
     // Also when it is not there: otherwise the library looks for it itself, and keeps descriptors.
     mDw.dwarf_setalt(mDwarf.get(), mSharedDwarf.get());
 }
 
-/// Looks where a debugger looks: under the build id, then for the name that the file tells.
-DebugFile::ElfPtr DebugFile::openSeparate(const std::string& file, std::string_view buildId) const {
+/// Looks where a debugger looks, and in the directories: under the build id, then for the name that the file tells.
+DebugFile::ElfPtr DebugFile::openSeparate(const LoadedModule& module) {
     ElfPtr elf(nullptr, mDw.elf_end);
-    if (!buildId.empty())
-        elf = open(buildIdPath(buildId), buildId);
-    GElf_Word checksum = 0;
-    const char* const link = elf ? nullptr : mDw.dwelf_elf_gnu_debuglink(mElf.get(), &checksum);
-    if (!link)
+    // Nothing else tells whether a file belongs to the module.
+    if (module.buildId.empty())
         return elf;
-    const std::string directory = file.substr(0, file.rfind('/') + 1);
-    for (const std::string& place : {directory, directory + ".debug/", cDebugDirectory + directory}) {
-        elf = open(place + link, buildId);
-        if (elf)
-            break;
+    const std::vector<std::string> directories = splitDirectories(mDirectories);
+    std::vector<std::string> files{buildIdPath(cDebugDirectory, module.buildId)};
+    for (const std::string& directory : directories)
+        files.push_back(buildIdPath(directory, module.buildId));
+    GElf_Word checksum = 0;
+    if (const char* const link = mDw.dwelf_elf_gnu_debuglink(mElf.get(), &checksum)) {
+        const std::string own = module.file.substr(0, module.file.rfind('/') + 1);
+        for (const std::string& place : {own, own + ".debug/", cDebugDirectory + own})
+            files.push_back(place + link);
+        for (const std::string& directory : directories)
+            files.push_back(directory + "/" + link);
     }
+    for (std::size_t at = 0; !elf && at < files.size(); ++at)
+        elf = open(files[at], module.buildId);
     return elf;
 }
 
@@ -109,8 +131,9 @@ SymbolSource DebugFile::describe(Dwarf_Addr address, std::vector<FunctionInfo>& 
     FunctionInfo function;
     Dwarf_Die unit{};
     std::vector<Dwarf_Die> scopes;
+    const Symbol symbol = findSymbol(address);
     if (mDwarf && findUnit(address, unit)) {
-        describeLine(unit, address, function);
+        describeLine(unit, symbol.begin, address, function);
         findFunctions(unit, address, scopes);
     }
     // What was put into another function is at the place inside of it, and that other function at the place of the
@@ -123,7 +146,6 @@ SymbolSource DebugFile::describe(Dwarf_Addr address, std::vector<FunctionInfo>& 
         describeCall(unit, scopes[depth - 1], function);
     }
     // The linker's name is the better one for the function itself: it tells the parameters of local functions too.
-    const Symbol symbol = findSymbol(address);
     if (symbol.name) {
         const FunctionName name = demangle(symbol.name);
         function.mName = name.name;
@@ -210,14 +232,17 @@ void DebugFile::findFunctions(Dwarf_Die scope, Dwarf_Addr address, std::vector<D
     }
 }
 
-void DebugFile::describeLine(Dwarf_Die& unit, Dwarf_Addr address, FunctionInfo& function) const {
-    Dwarf_Line* const line = mDw.dwarf_getsrc_die(&unit, address);
-    if (!line)
-        return;
+/// Finds the line at `address`. Code that belongs to none, which has the number 0, is told with the line before it.
+void DebugFile::describeLine(Dwarf_Die& unit, Dwarf_Addr functionBegin, Dwarf_Addr address,
+                             FunctionInfo& function) const {
+    Dwarf_Line* line = nullptr;
     int number = 0;
-    Dwarf_Addr begin = address;
-    mDw.dwarf_lineno(line, &number);
-    mDw.dwarf_lineaddr(line, &begin);
+    Dwarf_Addr begin = address + 1;
+    while (number == 0) {
+        line = begin > functionBegin ? mDw.dwarf_getsrc_die(&unit, begin - 1) : nullptr;
+        if (!line || mDw.dwarf_lineno(line, &number) != 0 || mDw.dwarf_lineaddr(line, &begin) != 0)
+            return;
+    }
     function.mFile = textOr(mDw.dwarf_linesrc(line, nullptr, nullptr), "");
     function.mLine = static_cast<uint32>(number);
     function.mLineOffset = static_cast<uint32>(address - begin);
@@ -243,7 +268,8 @@ void DebugFile::nameFunction(Dwarf_Die& die, FunctionInfo& function) const {
     if (mDw.dwarf_attr_integrate(&die, DW_AT_linkage_name, &attribute))
         symbol = mDw.dwarf_formstring(&attribute);
     // Functions of C, and those that no other file sees, have only their own name.
-    const FunctionName name = demangle(textOr(symbol ? symbol : mDw.dwarf_diename(&die), ""));
+    const char* const own = textOr(mDw.dwarf_diename(&die), "");
+    const FunctionName name = symbol ? demangle(symbol) : FunctionName{own, own};
     function.mName = name.name;
     function.mFullName = name.full;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/platform/posix/libdw.h"
+#include "common/platform/posix/loadedmodules.h"
 #include "common/platform/symbols.h"
 
 #ifdef TARQ_HAVE_LIBDW_HEADERS
@@ -16,8 +17,14 @@ namespace Tarq::Common::Platform {
 /// the file. Threads: one at a time. No descriptor stays open.
 class DebugFile {
 public:
-    /// Opens `file` if it is what was loaded, which `buildId` tells.
-    DebugFile(const Libdw& dw, const std::string& file, std::string_view buildId);
+    /// Opens the module's file if it is what was loaded, which the build id tells. The separate file is looked for in
+    /// `directories` too, which ";" separates.
+    DebugFile(const Libdw& dw, const LoadedModule& module, const std::string& directories);
+
+    /// Whether opening the module anew, with these directories, would find nothing more.
+    bool isSettled(const std::string& directories) const noexcept {
+        return !mIsIncomplete && (mDwarf || mDirectories == directories);
+    }
 
     /// Appends the functions at `address`, the innermost first. Returns where their names are from; when nothing is
     /// known, it appends nothing.
@@ -32,20 +39,22 @@ private:
         const char* name = nullptr; ///< as the linker knows it; null when there is none
     };
 
-    ElfPtr open(const std::string& file, std::string_view buildId) const;
-    ElfPtr openSeparate(const std::string& file, std::string_view buildId) const;
-    DwarfPtr readDwarf(Elf* elf) const;
+    ElfPtr open(const std::string& file, std::string_view buildId);
+    ElfPtr openSeparate(const LoadedModule& module);
+    DwarfPtr readDwarf(Elf* elf);
     void openShared();
     void readSymbols(Elf* elf);
     Symbol findSymbol(Dwarf_Addr address) const;
     bool findUnit(Dwarf_Addr address, Dwarf_Die& unit) const;
     bool findChild(Dwarf_Die& parent, Dwarf_Addr address, Dwarf_Die& child) const;
     void findFunctions(Dwarf_Die scope, Dwarf_Addr address, std::vector<Dwarf_Die>& functions) const;
-    void describeLine(Dwarf_Die& unit, Dwarf_Addr address, FunctionInfo& function) const;
+    void describeLine(Dwarf_Die& unit, Dwarf_Addr functionBegin, Dwarf_Addr address, FunctionInfo& function) const;
     void describeCall(Dwarf_Die& unit, Dwarf_Die& inlined, FunctionInfo& function) const;
     void nameFunction(Dwarf_Die& die, FunctionInfo& function) const;
 
     const Libdw& mDw;
+    std::string mDirectories;
+    bool mIsIncomplete = false; ///< a file could not be opened for want of descriptors or memory
     ElfPtr mElf;
     ElfPtr mSeparateElf; ///< null when the file has everything itself
     ElfPtr mSharedElf;   ///< what several separate files have in common

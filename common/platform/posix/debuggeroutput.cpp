@@ -1,5 +1,6 @@
 #include "common/platform/debuggeroutput.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -31,8 +32,10 @@ bool isTraced() noexcept {
 
 void writeDebuggerOutput(const char* text) noexcept {
     // Debuggers have no channel of their own here; whoever uses one looks at the terminal.
+    const int error = errno;
     if (isTraced())
         std::fputs(text, stderr);
+    errno = error;
 }
 
 } // namespace Tarq::Common::Platform

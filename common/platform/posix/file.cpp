@@ -141,7 +141,15 @@ int64 seekFile(FileHandle file, int64 offset, FileOrigin origin) noexcept {
 
 int64 getFileLength(FileHandle file) noexcept {
     struct stat status {};
-    return fstat(file, &status) == 0 ? status.st_size : -1;
+    if (fstat(file, &status) != 0)
+        return -1;
+    if (S_ISREG(status.st_mode))
+        return status.st_size;
+    // The system keeps no size for a device.
+    const off_t position = lseek(file, 0, SEEK_CUR);
+    const off_t length = lseek(file, 0, SEEK_END);
+    lseek(file, position, SEEK_SET);
+    return length;
 }
 
 bool commitFile(FileHandle file) noexcept {

@@ -3,6 +3,8 @@
 #ifdef TARQ_HAVE_LIBDW_HEADERS
 
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -43,17 +45,27 @@ bool bindAll(void* library, Libdw& dw) noexcept {
            bind(library, "dwarf_getsrcfiles", dw.dwarf_getsrcfiles) && bind(library, "dwarf_filesrc", dw.dwarf_filesrc);
 }
 
-/// Null: not tried yet. Once set, it stays for the life of the process.
+/// Null: not known yet. Once set, it stays for the life of the process.
 constinit std::atomic<const Libdw*> gLibdw{nullptr};
 /// What `gLibdw` refers to when the library is not there.
 constexpr Libdw cMissing{};
 
+/// Whether `dlopen` failed because there is no such file, and not for want of descriptors or memory. Only its words
+/// tell.
+bool isFileMissing() noexcept {
+    const char* const reason = dlerror();
+    return reason && std::strstr(reason, std::strerror(ENOENT));
+}
+
+/// Returns null when another attempt may succeed.
 const Libdw* load() noexcept {
+    std::unique_ptr<Libdw> dw(new (std::nothrow) Libdw{});
+    if (!dw)
+        return nullptr;
     void* const library = dlopen("libdw.so.1", RTLD_NOW | RTLD_LOCAL);
     if (!library)
-        return &cMissing;
-    std::unique_ptr<Libdw> dw(new (std::nothrow) Libdw{});
-    if (dw && bindAll(library, *dw) && dw->elf_version(EV_CURRENT) != EV_NONE)
+        return isFileMissing() ? &cMissing : nullptr;
+    if (bindAll(library, *dw) && dw->elf_version(EV_CURRENT) != EV_NONE)
         return dw.release();
     dlclose(library);
     return &cMissing;
@@ -66,6 +78,8 @@ const Libdw* openLibdw() noexcept {
     if (!dw) {
         // Threads that come first together each open it. One table stays; the library counts how often it was opened.
         const Libdw* const loaded = load();
+        if (!loaded)
+            return nullptr;
         if (gLibdw.compare_exchange_strong(dw, loaded))
             dw = loaded;
         else if (loaded != &cMissing)

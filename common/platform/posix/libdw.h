@@ -51,8 +51,8 @@ struct Libdw {
     decltype(&::dwarf_filesrc) dwarf_filesrc;
 };
 
-/// Opens the library at the first call, and makes it ready for the calling thread; null when it is not there. It is
-/// never closed again.
+/// Opens the library at the first call, and makes it ready for the calling thread; null when it is not there, or cannot
+/// be opened for want of descriptors or memory. It is never closed again.
 ///
 /// Call this while holding no lock: it may wait for the loader, which runs code of modules meanwhile.
 const Libdw* openLibdw() noexcept;

@@ -14,17 +14,18 @@ namespace Tarq::Common::Platform {
 
 namespace {
 
-/// Shows each module to the visitor until it returns true. What a visitor throws must not pass through the loader.
+/// Shows each module to the visitor until it returns true. What a visitor throws must not pass through the loader; for
+/// want of memory, the visit ends and returns false.
 template <class Visitor>
-void visitModules(Visitor visitor) noexcept {
+bool visitModules(Visitor visitor) noexcept {
     const auto visit = [](dl_phdr_info* info, std::size_t, void* data) noexcept -> int {
         try {
             return (*static_cast<Visitor*>(data))(*info) ? 1 : 0;
         } catch (const std::bad_alloc&) {
-            return 1;
+            return -1;
         }
     };
-    dl_iterate_phdr(visit, &visitor);
+    return dl_iterate_phdr(visit, &visitor) >= 0;
 }
 
 std::span<const ElfW(Phdr)> segmentsOf(const dl_phdr_info& info) noexcept {
@@ -66,7 +67,9 @@ std::string_view findBuildId(std::string_view notes, std::size_t alignment) noex
 
 LoadedModule describe(const dl_phdr_info& info) {
     LoadedModule module;
-    module.file = info.dlpi_name && *info.dlpi_name ? std::string(info.dlpi_name) : getProgramFile();
+    const bool isProgram = !info.dlpi_name || *info.dlpi_name == '\0';
+    module.file = isProgram ? getProgramFile() : std::string(info.dlpi_name);
+    module.link = isProgram ? "/proc/self/exe" : module.file;
     module.bias = info.dlpi_addr;
     module.begin = ~uint64{0};
     for (const ElfW(Phdr) & segment : segmentsOf(info)) {
@@ -143,13 +146,11 @@ LoadCounts readLoadCounts() noexcept {
     return counts;
 }
 
-std::vector<LoadedModule> listLoadedModules() noexcept {
-    std::vector<LoadedModule> modules;
-    visitModules([&modules](const dl_phdr_info& info) {
+bool listLoadedModules(std::vector<LoadedModule>& modules) noexcept {
+    return visitModules([&modules](const dl_phdr_info& info) {
         modules.push_back(describe(info));
         return false;
     });
-    return modules;
 }
 
 bool findLoadedModule(uint64 address, LoadedModule& module) noexcept {

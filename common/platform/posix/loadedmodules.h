@@ -21,6 +21,7 @@ struct LoadCounts {
 
 struct LoadedModule {
     std::string file; ///< as it was given to the loader; the program's is absolute
+    std::string link; ///< what opens the file; the program's does so even after it was moved or removed
     uint64 bias = 0;  ///< what is added to the addresses in the file
     uint64 begin = 0;
     uint64 end = 0;
@@ -32,8 +33,8 @@ struct LoadedModule {
 
 LoadCounts readLoadCounts() noexcept;
 
-/// When memory runs out, the last ones are missing.
-std::vector<LoadedModule> listLoadedModules() noexcept;
+/// Appends the modules. Returns whether these are all: when memory runs out, the last ones are missing.
+bool listLoadedModules(std::vector<LoadedModule>& modules) noexcept;
 
 /// Finds the module at `address`; returns whether there is one.
 bool findLoadedModule(uint64 address, LoadedModule& module) noexcept;

@@ -55,15 +55,19 @@ constinit std::atomic<bool> gIsEnabled{true};
 class Session {
 public:
     /// Appends the functions at `address`, if debug information or a table of symbols tells them.
-    SymbolSource describe(const Libdw& dw, uint64 address, std::vector<FunctionInfo>& functions) {
+    SymbolSource describe(const Libdw& dw, uint64 address, const std::string& directories,
+                          std::vector<FunctionInfo>& functions) {
         const std::scoped_lock inside(mLock);
+        // Whoever switches it off closes the session afterwards: nothing is read any more.
+        if (!gIsEnabled.load())
+            return SymbolSource::SYMBOLS_NONE;
         refresh();
         const auto module = std::ranges::find_if(
             mModules, [address](const Module& candidate) { return candidate.loaded.contains(address); });
         if (module == mModules.end())
             return SymbolSource::SYMBOLS_NONE;
-        if (!module->file)
-            module->file = std::make_unique<DebugFile>(dw, module->loaded.file, module->loaded.buildId);
+        if (!module->file || !module->file->isSettled(directories))
+            module->file = std::make_unique<DebugFile>(dw, module->loaded, directories);
         return module->file->describe(address - module->loaded.bias, functions);
     }
 
@@ -84,8 +88,10 @@ private:
         const LoadCounts counts = readLoadCounts();
         if (counts == mCounts)
             return;
+        std::vector<LoadedModule> all;
+        const bool isComplete = listLoadedModules(all);
         std::vector<Module> modules;
-        for (LoadedModule& loaded : listLoadedModules()) {
+        for (LoadedModule& loaded : all) {
             Module& added = modules.emplace_back();
             added.loaded = std::move(loaded);
             const auto known = std::ranges::find(mModules, added.loaded, &Module::loaded);
@@ -94,7 +100,8 @@ private:
                 added.file = std::move(known->file);
         }
         mModules = std::move(modules);
-        mCounts = counts;
+        if (isComplete)
+            mCounts = counts;
     }
 
     std::mutex mLock;
@@ -109,9 +116,9 @@ Session& session() noexcept {
     return *only;
 }
 
-SymbolSource describeFunctions(uint64 address, std::vector<FunctionInfo>& functions) {
+SymbolSource describeFunctions(uint64 address, const std::string& directories, std::vector<FunctionInfo>& functions) {
     const Libdw* const dw = gIsEnabled.load() ? openLibdw() : nullptr;
-    return dw ? session().describe(*dw, address, functions) : SymbolSource::SYMBOLS_NONE;
+    return dw ? session().describe(*dw, address, directories, functions) : SymbolSource::SYMBOLS_NONE;
 }
 
 void closeSession() noexcept {
@@ -124,7 +131,7 @@ bool hasLibrary() noexcept {
 
 #else
 
-SymbolSource describeFunctions(uint64, std::vector<FunctionInfo>&) {
+SymbolSource describeFunctions(uint64, const std::string&, std::vector<FunctionInfo>&) {
     return SymbolSource::SYMBOLS_NONE;
 }
 
@@ -138,14 +145,14 @@ bool hasLibrary() noexcept {
 
 } // namespace
 
-AddressInfo resolveAddress(uint64 address) noexcept {
+AddressInfo resolveAddress(uint64 address, const std::string& directories) noexcept {
     AddressInfo info;
     try {
         LoadedModule loaded;
         if (!findLoadedModule(address, loaded))
             return info;
         info.mModule = makeModuleInfo(loaded);
-        info.mModule.mSource = describeFunctions(address, info.mFunctions);
+        info.mModule.mSource = describeFunctions(address, directories, info.mFunctions);
         std::string symbol;
         uint64 offset = 0;
         if (info.mModule.mSource != SymbolSource::SYMBOLS_NONE || !findExportedSymbol(address, symbol, offset))
@@ -165,7 +172,9 @@ AddressInfo resolveAddress(uint64 address) noexcept {
 std::vector<ModuleInfo> listModules() noexcept {
     std::vector<ModuleInfo> modules;
     try {
-        for (const LoadedModule& loaded : listLoadedModules()) {
+        std::vector<LoadedModule> all;
+        listLoadedModules(all);
+        for (const LoadedModule& loaded : all) {
             modules.push_back(makeModuleInfo(loaded));
             modules.back().mSource =
                 canReadDebugInfo() ? SymbolSource::SYMBOLS_DEFERRED : SymbolSource::SYMBOLS_EXPORTED;

@@ -52,7 +52,12 @@ std::string getProgramFile() {
     // A path that fills the buffer may have been cut.
     if (length <= 0 || length == static_cast<ssize_t>(sizeof(buffer)))
         return std::string();
-    return std::string(buffer, static_cast<std::size_t>(length));
+    std::string file(buffer, static_cast<std::size_t>(length));
+    // The system marks a file that is gone; another one may be called like that.
+    constexpr std::string_view cMark = " (deleted)";
+    if (file.ends_with(cMark) && access(file.c_str(), F_OK) != 0)
+        file.resize(file.size() - cMark.size());
+    return file;
 }
 
 } // namespace Tarq::Common::Platform

@@ -19,12 +19,15 @@ namespace Tarq::Common::Platform {
 
 namespace {
 
+constexpr int cLowestNice = -20;
+constexpr int cHighestNice = 19;
+
 /// How the system is told that nobody needs the ended thread any more.
 enum class JoinState : uint8 {
     JOIN_OPEN,   ///< not yet: somebody is to join it, or to detach it
     JOIN_BUSY,   ///< somebody is joining it
     JOIN_DONE,   ///< joined
-    JOIN_NOBODY, ///< detached, or started by somebody else: it announces its end itself
+    JOIN_NOBODY, ///< somebody else has started it, and joins it: it announces its end itself
 };
 
 struct ThreadObject {
@@ -37,8 +40,7 @@ struct ThreadObject {
     uint32 users = 0; ///< open handles, and threads that wait
     bool running = true;
     JoinState join = JoinState::JOIN_NOBODY;
-    bool hasExitCode = false;
-    int exitCode = 0;
+    std::optional<int> exitCode;
     int priority = 0;
     int inheritedPriority = 0; ///< the level of the thread that started this one, which the system hands on
     int normalNice = 0;        ///< the nice value that stands for level 0
@@ -61,19 +63,42 @@ void destroy(ThreadObject* object) noexcept {
     start.release(start.argument);
 }
 
-/// Levels stand for steps of the nice value; the system itself keeps the sum in its range.
-int niceOf(int priority) noexcept {
-    if (priority >= 15)
-        return -20;
-    if (priority <= -15)
-        return 19;
-    return std::clamp(priority, -2, 2) * -5;
+/// The thread has ended, or is about to, and nobody knows it any more: nobody can join it.
+void forget(ThreadObject* object) noexcept {
+    if (object->join == JoinState::JOIN_OPEN)
+        pthread_detach(object->native);
+    destroy(object);
 }
 
-/// The object's mutex is held. A refusal changes nothing: the level is a wish.
+/// The ends of the scale are those of the nice value, the levels between are steps from what is normal. The system
+/// itself keeps the sum in its range.
+int niceOf(const ThreadObject& object) noexcept {
+    if (object.priority >= 15)
+        return cLowestNice;
+    if (object.priority <= -15)
+        return cHighestNice;
+    return object.normalNice - 5 * std::clamp(object.priority, -2, 2);
+}
+
+/// How low a nice value the process may ask for without a right of its own.
+int permittedNice() noexcept {
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NICE, &limit) != 0)
+        return cHighestNice;
+    constexpr rlim_t cWholeRange = cHighestNice + 1 - cLowestNice;
+    return cHighestNice + 1 - static_cast<int>(std::min(limit.rlim_cur, cWholeRange));
+}
+
+/// The object's mutex is held. The level is a wish: what the system refuses is granted as far as the process may go.
 void applyPriority(const ThreadObject& object) noexcept {
-    if (object.systemID != 0)
-        setpriority(PRIO_PROCESS, object.systemID, object.normalNice + niceOf(object.priority));
+    if (object.systemID == 0)
+        return;
+    const int wanted = niceOf(object);
+    if (setpriority(PRIO_PROCESS, object.systemID, wanted) == 0)
+        return;
+    const int permitted = permittedNice();
+    if (permitted < getpriority(PRIO_PROCESS, object.systemID))
+        setpriority(PRIO_PROCESS, object.systemID, std::max(wanted, permitted));
 }
 
 /// Begins and ends the calling thread's use of its object, also when the thread is ended from within.
@@ -97,7 +122,7 @@ public:
             mObject.changed.notify_all();
         }
         if (isLast)
-            destroy(&mObject);
+            forget(&mObject);
     }
     Attendance(const Attendance&) = delete;
     Attendance& operator=(const Attendance&) = delete;
@@ -135,7 +160,6 @@ void setOwnExitCode(int code) noexcept {
     if (!tCurrent)
         return;
     const std::scoped_lock inside(tCurrent->mutex);
-    tCurrent->hasExitCode = true;
     tCurrent->exitCode = code;
 }
 
@@ -187,7 +211,7 @@ void addUser(ThreadObject* object) noexcept {
     ++object->users;
 }
 
-/// Nobody can join a thread that nobody knows any more.
+/// A thread that runs is not forgotten: it may still tell somebody its handle.
 void removeUser(ThreadObject* object) noexcept {
     bool isLast;
     {
@@ -195,14 +219,10 @@ void removeUser(ThreadObject* object) noexcept {
         if (object->users == 0)
             return;
         --object->users;
-        if (object->users == 0 && object->join == JoinState::JOIN_OPEN) {
-            object->join = JoinState::JOIN_NOBODY;
-            pthread_detach(object->native);
-        }
         isLast = object->users == 0 && !object->running;
     }
     if (isLast)
-        destroy(object);
+        forget(object);
 }
 
 /// A thread that waits.
@@ -268,27 +288,20 @@ int getCurrentThreadID() noexcept {
     return gettid();
 }
 
-bool waitForThread(ThreadHandle handle) {
+bool waitForThread(ThreadHandle handle, std::optional<int>& exitCode) {
     ThreadObject& object = *objectOf(handle);
     if (&object == tCurrent)
         return false;
     const Visit visit(&object);
     std::unique_lock inside(object.mutex);
-    for (;;) {
-        if (object.join == JoinState::JOIN_DONE || (object.join == JoinState::JOIN_NOBODY && !object.running))
-            return true;
-        if (object.join == JoinState::JOIN_OPEN)
-            return joinNatively(object, inside);
-        object.changed.wait(inside);
-    }
-}
-
-bool getThreadExitCode(ThreadHandle handle, int& code) noexcept {
-    ThreadObject& object = *objectOf(handle);
-    const std::scoped_lock inside(object.mutex);
-    if (object.hasExitCode)
-        code = object.exitCode;
-    return object.hasExitCode;
+    const auto hasEnded = [&] {
+        return object.join == JoinState::JOIN_DONE || (object.join == JoinState::JOIN_NOBODY && !object.running);
+    };
+    object.changed.wait(inside, [&] { return hasEnded() || object.join == JoinState::JOIN_OPEN; });
+    if (!hasEnded() && !joinNatively(object, inside))
+        return false;
+    exitCode = object.exitCode;
+    return true;
 }
 
 void exitThread(int code) {
