@@ -145,7 +145,14 @@ public:
 
     BasicString& assign(Text text);
     BasicString& assign(const Char* text, size_type length) { return assign(View(text, length)); }
-    BasicString& append(Text text);
+    BasicString& append(Text text) {
+        if (!hasRoomFor(text.size())) [[unlikely]]
+            return appendGrown(text);
+        Char* const oldEnd = end();
+        Traits::move(oldEnd, text.data(), text.size());
+        setEnd(oldEnd + text.size());
+        return *this;
+    }
     BasicString& append(const Char* text, size_type length) { return append(View(text, length)); }
     BasicString& append(size_type count, Char c);
     void push_back(Char c) {
@@ -234,8 +241,8 @@ public:
 private:
     static constexpr Char cNul = Char();
     static constexpr typename Chars::Fixed cNoText{&cNul, 1};
-    /// The first growth by appending makes room for more than is needed.
-    static constexpr uint64 cSmallestGrowth = 32;
+    /// Growth by appending makes room for more than is needed: for this much at least, or for twice as much as before.
+    static constexpr uint64 cSmallestGrowth = 64;
 
     static size_type narrow(std::size_t position) noexcept {
         return position == View::npos ? npos : static_cast<size_type>(position);
@@ -262,9 +269,13 @@ private:
         return hasStorage() || mChars.getAllocator() ? mChars.getAllocator() : Library::getStringAlloc();
     }
     void reallocate(size_type newCapacity);
-    bool hasRoomFor(uint64 count) const noexcept { return mChars.size() + count <= mChars.capacity(); }
-    /// Makes room for that many more characters.
-    void grow(uint64 count);
+    bool hasRoomFor(uint64 count) const noexcept {
+        return static_cast<int64>(count) <= int64{mChars.mCapacityEnd - mChars.mEnd};
+    }
+    BasicString& appendGrown(View text);
+    /// The capacity, NUL included, to which a string grows that is to have that many characters.
+    size_type grownCapacity(uint64 newLength) const;
+    void grow(uint64 count) { reallocate(grownCapacity(length() + count)); }
     /// Ends the text at `newEnd`, which takes storage.
     void setEnd(Char* newEnd) noexcept {
         *newEnd = Char();
@@ -314,19 +325,12 @@ BasicString<Char>& BasicString<Char>::assign(Text text) {
 }
 
 template <class Char>
-BasicString<Char>& BasicString<Char>::append(Text text) {
-    if (!hasRoomFor(text.size())) [[unlikely]] {
-        if (text.empty())
-            return *this;
-        const std::ptrdiff_t offset = isInside(text) ? text.data() - mChars.data() : -1;
-        grow(text.size());
-        if (offset >= 0)
-            text = View(mChars.data() + offset, text.size());
-    }
-    Char* const oldEnd = end();
-    Traits::move(oldEnd, text.data(), text.size());
-    setEnd(oldEnd + text.size());
-    return *this;
+BasicString<Char>& BasicString<Char>::appendGrown(View text) {
+    if (text.empty())
+        return *this;
+    const std::ptrdiff_t offset = isInside(text) ? text.data() - mChars.data() : -1;
+    grow(text.size());
+    return append(offset >= 0 ? View(mChars.data() + offset, text.size()) : text);
 }
 
 template <class Char>
@@ -342,17 +346,25 @@ BasicString<Char>& BasicString<Char>::append(size_type count, Char c) {
 }
 
 template <class Char>
-void BasicString<Char>::grow(uint64 count) {
-    const size_type newLength = checkedLength(length() + count);
-    reallocate(mChars.grownCapacity(std::max(uint64{newLength} + 1, cSmallestGrowth)));
+typename BasicString<Char>::size_type BasicString<Char>::grownCapacity(uint64 newLength) const {
+    const uint64 needed = uint64{checkedLength(newLength)} + 1;
+    const uint64 doubled = std::min<uint64>(2 * uint64{mChars.capacity()}, Chars::max_size());
+    return static_cast<size_type>(std::max({needed, doubled, cSmallestGrowth}));
 }
 
 template <class Char>
 void BasicString<Char>::reallocate(size_type newCapacity) {
-    Chars grown(storageAllocator());
-    grown.reserve(newCapacity);
-    grown.insert(grown.end(), mChars.begin(), mChars.end());
-    grown.swap(mChars);
+    const Memory::AllocatorPtr& allocator = storageAllocator();
+    Char* const storage = Container::takeStorage<Char>(allocator, newCapacity);
+    const size_type count = mChars.size();
+    Traits::copy(storage, mChars.begin(), count);
+    if (hasStorage())
+        Memory::releaseBytes(allocator, mChars.begin());
+    else
+        mChars.mAllocator = allocator;
+    mChars.mBegin = storage;
+    mChars.mEnd = storage + count;
+    mChars.mCapacityEnd = storage + newCapacity;
 }
 
 template <class Char>
@@ -371,7 +383,7 @@ BasicString<Char>& BasicString<Char>::replace(size_type position, size_type coun
     if (count == 0 && text.empty())
         return *this;
     const View tail = view().substr(position + count);
-    const size_type newLength = checkedLength(uint64{position} + text.size() + tail.size());
+    const uint64 newLength = uint64{position} + text.size() + tail.size();
     if (newLength <= capacity() && !isInside(text)) {
         Char* const place = begin() + position;
         Traits::move(place + text.size(), tail.data(), tail.size());
@@ -379,7 +391,7 @@ BasicString<Char>& BasicString<Char>::replace(size_type position, size_type coun
         setEnd(begin() + newLength);
     } else {
         BasicString result(View(), mChars.getAllocator());
-        result.reserve(std::max(newLength, capacity()));
+        result.reallocate(grownCapacity(newLength));
         result.append(view().substr(0, position)).append(text).append(tail);
         swap(result);
     }

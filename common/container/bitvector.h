@@ -32,7 +32,7 @@ public:
     };
 
     /// Reads the elements one after the other.
-    class const_iterator {
+    class const_iterator { // NOLINT(readability-identifier-naming): as the standard library names it
     public:
         using iterator_category = std::input_iterator_tag;
         using iterator_concept = std::forward_iterator_tag;

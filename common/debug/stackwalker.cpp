@@ -54,15 +54,22 @@ const void* pointerOf(uint64 address) noexcept {
     return reinterpret_cast<const void*>(static_cast<uintptr_t>(address));
 }
 
-/// Leaves those functions that enclose both places; both are in the code of one function.
+/// Leaves those functions that enclose both places, and tells the line of the other one; both are in the code of one
+/// function.
 void keepCommonFunctions(std::vector<Platform::FunctionInfo>& functions,
                          const std::vector<Platform::FunctionInfo>& others) {
     const auto isSame = [](const Platform::FunctionInfo& a, const Platform::FunctionInfo& b) {
         return a.mName == b.mName;
     };
     const auto ends = std::mismatch(functions.rbegin(), functions.rend(), others.rbegin(), others.rend(), isSame);
-    if (ends.first != functions.rbegin())
-        functions.erase(functions.begin(), ends.first.base());
+    if (ends.first == functions.rbegin())
+        return;
+    functions.erase(functions.begin(), ends.first.base());
+    // Not every compiler tells of each constructor that it put there: the line may still be one inside.
+    const Platform::FunctionInfo& other = *ends.second.base();
+    functions.front().mFile = other.mFile;
+    functions.front().mLine = other.mLine;
+    functions.front().mLineOffset = 0;
 }
 
 Platform::AddressInfo resolveFrame(const Frame& frame, const void* maker, const std::string& directories) noexcept {

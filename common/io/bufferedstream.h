@@ -44,7 +44,7 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (mIsReading && isSingleRequest(numBytes) && end < mFill) [[likely]] {
+        if (numBytes <= cLongestShortCopy && end < mFill && mIsReading) [[likely]] {
             copyShort(dst, mBuffer + mCursor, numBytes);
             mCursor = static_cast<uint32>(end);
             return numBytes;
@@ -55,7 +55,7 @@ public:
     /// Keeps the bytes until the buffer is full; that the stream below cannot be written is found out only then.
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mCursor + numBytes;
-        if (!mIsReading && isSingleRequest(numBytes) && end < mBufferSize) [[likely]] {
+        if (numBytes <= cLongestShortCopy && end < mBufferSize && !mIsReading) [[likely]] {
             copyShort(mBuffer + mCursor, src, numBytes);
             mCursor = static_cast<uint32>(end);
             return;

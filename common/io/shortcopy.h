@@ -2,33 +2,34 @@
 
 #include "common/types.h"
 
-#include <cstddef>
 #include <cstring>
 
 namespace Tarq::Common::IO {
 
-/// From 1 byte to 4 GiB - 1: what a stream's short way can move in one piece.
-constexpr bool isSingleRequest(uint64 numBytes) noexcept {
-    return numBytes - 1 < 0xFFFFFFFF;
-}
+/// The largest size that `copyShort` copies: that of the plain values.
+inline constexpr uint64 cLongestShortCopy = 8;
 
-/// Copies the sizes of plain values in place, also where the compiler does not know the size.
+/// Copies up to 8 bytes without a call, also where the compiler does not know the size.
 inline void copyShort(void* dst, const void* src, uint64 numBytes) noexcept {
-    switch (numBytes) {
-    case 1:
-        std::memcpy(dst, src, 1);
-        return;
-    case 2:
-        std::memcpy(dst, src, 2);
-        return;
-    case 4:
-        std::memcpy(dst, src, 4);
-        return;
-    case 8:
-        std::memcpy(dst, src, 8);
-        return;
-    default:
-        std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
+    auto* const to = static_cast<unsigned char*>(dst);
+    const auto* const from = static_cast<const unsigned char*>(src);
+    // The most frequent sizes first: a table of jumps would cost more than the copy.
+    if (numBytes == 4) {
+        std::memcpy(to, from, 4);
+    } else if (numBytes == 8) {
+        std::memcpy(to, from, 8);
+    } else if (numBytes > 4) {
+        unsigned char front[4];
+        std::memcpy(front, from, 4);
+        std::memcpy(to + numBytes - 4, from + numBytes - 4, 4);
+        std::memcpy(to, front, 4);
+    } else if (numBytes >= 2) {
+        unsigned char front[2];
+        std::memcpy(front, from, 2);
+        std::memcpy(to + numBytes - 2, from + numBytes - 2, 2);
+        std::memcpy(to, front, 2);
+    } else if (numBytes == 1) {
+        *to = *from;
     }
 }
 

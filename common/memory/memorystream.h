@@ -5,6 +5,7 @@
 #include "common/io/stream.h"
 
 #include <cstddef>
+#include <cstring>
 
 namespace Tarq::Common::Memory {
 
@@ -38,8 +39,8 @@ public:
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
         const uint64 end = mOffset + numBytes;
-        if (IO::isSingleRequest(numBytes) && end <= mReadLimit) [[likely]] {
-            IO::copyShort(dst, mBlock + mOffset, numBytes);
+        if (isSingleRequest(numBytes) && end <= mReadLimit) [[likely]] {
+            copy(dst, mBlock + mOffset, numBytes);
             mOffset = static_cast<uint32>(end);
             return numBytes;
         }
@@ -48,8 +49,8 @@ public:
 
     void write(const void* src, uint64 numBytes) override {
         const uint64 end = mOffset + numBytes;
-        if (IO::isSingleRequest(numBytes) && end <= mWriteLimit) [[likely]] {
-            IO::copyShort(mBlock + mOffset, src, numBytes);
+        if (isSingleRequest(numBytes) && end <= mWriteLimit) [[likely]] {
+            copy(mBlock + mOffset, src, numBytes);
             mOffset = static_cast<uint32>(end);
             return;
         }
@@ -64,6 +65,15 @@ public:
     void close() override;
 
 private:
+    /// From 1 byte to 4 GiB - 1.
+    static bool isSingleRequest(uint64 numBytes) noexcept { return numBytes - 1 < 0xFFFFFFFF; }
+    static void copy(void* dst, const void* src, uint64 numBytes) noexcept {
+        if (numBytes <= IO::cLongestShortCopy)
+            IO::copyShort(dst, src, numBytes);
+        else
+            std::memcpy(dst, src, static_cast<std::size_t>(numBytes));
+    }
+
     uint64 readAcrossBlocks(void* dst, uint64 numBytes);
     void writeAcrossBlocks(const void* src, uint64 numBytes);
     void appendBlocks(uint64 count);

@@ -7,18 +7,11 @@
 #include "common/io/filestream.h"
 
 #include <memory>
-#include <tuple>
 
 using namespace Tarq::Common;
 using namespace Tarq::Test;
 using IO::BufferedStream;
 using enum IO::Stream::SeekOrigin;
-
-namespace {
-
-using Texts = std::vector<std::string>;
-
-} // namespace
 
 TEST_CASE_FIXTURE(LibraryTest, "small reads and writes become one call below for each buffer") {
     RecordingStream below(patternOf(20));
@@ -37,22 +30,28 @@ TEST_CASE_FIXTURE(LibraryTest, "small reads and writes become one call below for
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a seek calls below only when it leaves the buffer") {
-    const std::tuple<int64, IO::Stream::SeekOrigin, uint32, Texts> cases[] = {
+    struct Case {
+        int64 offset;
+        IO::Stream::SeekOrigin origin;
+        uint32 target;
+        Texts calls;
+    };
+    const Case cases[] = {
         {-2, SORIGIN_CURRENT, 8, {}},
         {6, SORIGIN_CURRENT, 16, {"seek -6 1", "seek 6 1"}},
         {7, SORIGIN_BEGIN, 7, {"seek -6 1", "seek 7 3"}},
         {-5, SORIGIN_END, 15, {}},
         {0, SORIGIN_END, 20, {"seek -6 1", "seek 0 2"}},
     };
-    for (const auto& [offset, origin, target, calls] : cases) {
-        CAPTURE(target);
+    for (const Case& each : cases) {
+        CAPTURE(each.target);
         RecordingStream below(patternOf(20));
         BufferedStream stream(&below, 8);
         readText(stream, 10);
         below.takeCalls();
-        CHECK(stream.seek(offset, origin) == target);
-        CHECK(below.takeCalls() == calls);
-        CHECK(readText(stream, 3) == patternOf(20).substr(target, 3));
+        CHECK(stream.seek(each.offset, each.origin) == each.target);
+        CHECK(below.takeCalls() == each.calls);
+        CHECK(readText(stream, 3) == patternOf(20).substr(each.target, 3));
     }
 }
 
@@ -119,21 +118,27 @@ TEST_CASE_FIXTURE(LibraryTest,
 TEST_CASE_FIXTURE(LibraryTest, "whatever fails while it closes, it is detached and tells the first failure") {
     using Owner = std::unique_ptr<BufferedStream>;
     const std::string failure = "IOException: test failure", logged = "Closing a stream has failed: test failure ";
-    const std::tuple<int, void (*)(Owner&), std::string, std::string, Texts> cases[] = {
+    struct Case {
+        int failingCall;
+        void (*body)(Owner& stream);
+        std::string outcome, messages;
+        Texts calls;
+    };
+    const Case cases[] = {
         {1, [](Owner& stream) { stream->close(); }, failure, logged, {"write 3", "close"}},
         {2, [](Owner& stream) { stream->close(); }, failure, "", {"write 3", "close"}},
         {1, [](Owner& stream) { stream->releaseAndClose(); }, failure, "", {"write 3"}},
         {1, [](Owner& stream) { stream.reset(); }, "", logged + logged, {"write 3", "close"}},
     };
-    for (const auto& [failingCall, body, outcome, messages, calls] : cases) {
+    for (const Case& each : cases) {
         RecordingListener listener(Debug::LOG_ERROR);
         RecordingStream below;
         Owner stream(new (allocator()) BufferedStream(&below, 8));
         stream->write("abc", 3);
-        below.failAt(failingCall);
-        CHECK(outcomeOf([&, body = body] { body(stream); }) == outcome);
-        CHECK(below.takeCalls() == calls);
-        CHECK(listener.messages() == messages);
+        below.failAt(each.failingCall);
+        CHECK(outcomeOf([&] { each.body(stream); }) == each.outcome);
+        CHECK(below.takeCalls() == each.calls);
+        CHECK(listener.messages() == each.messages);
         CHECK((!stream || stream->isClosed()));
     }
 }

@@ -7,9 +7,9 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <thread>
-#include <tuple>
 
 #include <fcntl.h>
 #include <linux/filter.h>
@@ -65,36 +65,40 @@ struct AtEnd {
 } // namespace
 
 TEST_CASE_FIXTURE(LibraryTest, "each mode does its work with each access, on a missing and on an existing file") {
-    /// The outcome for a missing file, for an existing one, and what that holds afterwards.
-    const std::tuple<FileStream::FileMode, std::string, std::string, std::string> cases[] = {
+    struct Case {
+        FileStream::FileMode mode;
+        std::string onMissing, onExisting; ///< outcomes
+        std::string contents;              ///< of the existing file afterwards
+    };
+    const Case cases[] = {
         {FMODE_OPEN, cNotFound, "", "old"},    {FMODE_APPEND, cNotFound, "", "old"}, {FMODE_CREATE, "", "", ""},
         {FMODE_CREATENEW, "", cExists, "old"}, {FMODE_OPENORCREATE, "", "", "old"},
     };
     const AtEnd restore{[mask = umask(0)] { umask(mask); }};
-    for (const auto& [mode, onMissing, onExisting, contents] : cases) {
+    for (const Case& each : cases) {
         for (const FileStream::FileAccess access : {FACCESS_READ, FACCESS_READWRITE, FACCESS_WRITE}) {
-            CAPTURE(mode);
+            CAPTURE(each.mode);
             CAPTURE(access);
             const TemporaryDirectory directory;
             const String missing = directory / "missing", existing = directory / "existing";
             directory.write("existing", "old");
             FileStream stream;
-            const auto open = [&, m = mode](const String& name) { stream.open(name, access, m); };
-            CHECK(outcomeOf([&] { open(missing); }) == onMissing);
-            CHECK(stream.isClosed() != onMissing.empty());
+            const auto open = [&](const String& name) { stream.open(name, access, each.mode); };
+            CHECK(outcomeOf([&] { open(missing); }) == each.onMissing);
+            CHECK(stream.isClosed() != each.onMissing.empty());
             struct stat status {};
-            CHECK((stat(missing.c_str(), &status) == 0) == onMissing.empty());
-            CHECK((status.st_mode & 0777) == (onMissing.empty() ? 0600 : 0));
-            CHECK(outcomeOf([&] { open(existing); }) == onExisting);
-            CHECK(stream.isClosed() != onExisting.empty());
-            CHECK(directory.read("existing") == contents);
-            if (onExisting.empty()) {
+            CHECK((stat(missing.c_str(), &status) == 0) == each.onMissing.empty());
+            CHECK((status.st_mode & 0777) == (each.onMissing.empty() ? 0600 : 0));
+            CHECK(outcomeOf([&] { open(existing); }) == each.onExisting);
+            CHECK(stream.isClosed() != each.onExisting.empty());
+            CHECK(directory.read("existing") == each.contents);
+            if (each.onExisting.empty()) {
                 open(stream.getName());
                 CHECK(stream.getName() == existing);
-                CHECK((stream.getAccess() == access && stream.getMode() == mode));
+                CHECK((stream.getAccess() == access && stream.getMode() == each.mode));
                 CHECK(stream.canRead() == (access != FACCESS_WRITE));
                 CHECK(stream.canWrite() == (access != FACCESS_READ));
-                CHECK((stream.getPosition() == 0 && stream.getLength() == contents.size()));
+                CHECK((stream.getPosition() == 0 && stream.getLength() == each.contents.size()));
             }
             for (const std::string& descriptor : listDescriptors())
                 CHECK((!descriptor.ends_with("/existing") || fcntl(std::stoi(descriptor), F_GETFD) == FD_CLOEXEC));
@@ -146,23 +150,23 @@ TEST_CASE_FIXTURE(LibraryTest, "what cannot be opened is refused by its meaning,
                     asserted + "retVal == 0\nError Message: Internal error: Unhandled error code from open()");
     const TemporaryDirectory directory;
     REQUIRE(mkfifo((directory / "pipe").c_str(), 0600) == 0);
-    const std::tuple<String, int, int, std::string> cases[] = {
-        {directory / "pipe", 1, 1, cAccess},
-        {directory / "pipe", 3, 1, cAccess},
-        {directory / "", 1, 1, cAccess},
-        {String("/dev/null\0x", 11), 1, 1, cNotFound},
-        {"/dev/null", 0, 0, "ArgumentOutOfRangeException: FileStream: Unknown access mode [fAccess]"},
-        {"/dev/null", 4, 1, "ArgumentOutOfRangeException: FileStream: Unknown access mode [fAccess]"},
-        {"/dev/null", 1, 0, "ArgumentOutOfRangeException: FileStream: Unknown file open mode [fMode]"},
-        {"/dev/null", 1, 6, "ArgumentOutOfRangeException: FileStream: Unknown file open mode [fMode]"},
-    };
-    for (const auto& [name, access, mode, outcome] : cases) {
+    const auto open = [](const String& name, int access, int mode) {
+        FileStream stream("/dev/null", FACCESS_READ, FMODE_OPEN);
         const auto fileAccess = static_cast<FileStream::FileAccess>(access);
         const auto fileMode = static_cast<FileStream::FileMode>(mode);
-        FileStream stream("/dev/null", FACCESS_READ, FMODE_OPEN);
-        CHECK(outcomeOf([&, name = name] { stream.open(name, fileAccess, fileMode); }) == outcome);
+        const std::string outcome = outcomeOf([&] { stream.open(name, fileAccess, fileMode); });
         CHECK(stream.isClosed());
-    }
+        return outcome;
+    };
+    CHECK(open(directory / "pipe", FACCESS_READ, FMODE_OPEN) == cAccess);
+    CHECK(open(directory / "pipe", FACCESS_WRITE, FMODE_OPEN) == cAccess);
+    CHECK(open(directory / "", FACCESS_READ, FMODE_OPEN) == cAccess);
+    CHECK(open(String("/dev/null\0x", 11), FACCESS_READ, FMODE_OPEN) == cNotFound);
+    const std::string unknown = "ArgumentOutOfRangeException: FileStream: Unknown ";
+    CHECK(open("/dev/null", 0, 0) == unknown + "access mode [fAccess]");
+    CHECK(open("/dev/null", 4, FMODE_OPEN) == unknown + "access mode [fAccess]");
+    CHECK(open("/dev/null", FACCESS_READ, 0) == unknown + "file open mode [fMode]");
+    CHECK(open("/dev/null", FACCESS_READ, 6) == unknown + "file open mode [fMode]");
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "the file that is not found is told as given and as an absolute path") {
@@ -182,6 +186,8 @@ TEST_CASE_FIXTURE(LibraryTest, "the file that is not found is told as given and 
     check("../../../../../../../../../../../../../../../no/x", "/no/x");
     std::filesystem::remove_all(directory.path());
     check("x", "x");
+    std::filesystem::current_path("/");
+    check("no/x", "/no/x");
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "reads, writes and seeks move one position, also beyond the end and beyond 4 GiB") {
@@ -211,11 +217,6 @@ TEST_CASE_FIXTURE(LibraryTest, "reads, writes and seeks move one position, also 
     // stack that would be outside of what a process has.
     static char buffer[10];
     CHECK(stream.read(buffer, (uint64{1} << 32) + 1) == 3);
-
-    // The system hands this list out a page at a time.
-    stream.open("/proc/self/smaps", FACCESS_READ, FMODE_OPEN);
-    std::string lines(1 << 22, '\0');
-    CHECK(stream.read(lines.data(), lines.size()) > 4096);
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a medium that fails is an exception when it is full, and an assertion otherwise") {
@@ -235,8 +236,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a medium that fails is an exception when it is f
               "OutOfSpaceException: FileStream: Cannot write to file, disk full.");
     }
     CHECK(directory.read("file") == "0123456789");
-    stream.open("/dev/full", FACCESS_WRITE, FMODE_OPEN);
-    CHECK(outcomeOf([&] { stream.write(bytes, 1); }).starts_with("OutOfSpaceException"));
+    stream.open("/dev/null", FACCESS_WRITE, FMODE_OPEN);
     CHECK(outcomeOf([&] { stream.flush(); }) == "IOException: FileStream: Unknown error on flush");
 
     // Its number must be one: the system refuses the write with an error of its own.
@@ -249,7 +249,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a medium that fails is an exception when it is f
     void* const pages = mmap(nullptr, 2 * pageSize, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     REQUIRE(munmap(static_cast<std::byte*>(pages) + pageSize, pageSize) == 0);
     stream.open("/proc/self/mem", FACCESS_READ, FMODE_OPEN);
-    stream.seek(reinterpret_cast<intptr_t>(pages) + static_cast<int64>(pageSize) - 5, SORIGIN_BEGIN);
+    stream.seek(static_cast<int64>(reinterpret_cast<std::uintptr_t>(pages) + pageSize - 5), SORIGIN_BEGIN);
     CHECK(readText(stream, 10).size() == 5);
     CHECK(
         outcomeOf([&] { CHECK(readText(stream, 10).empty()); }) ==

@@ -4,7 +4,6 @@
 #include "tests/support/streams.h"
 
 #include <limits>
-#include <tuple>
 
 using namespace Tarq::Common;
 using namespace Tarq::Test;
@@ -35,7 +34,7 @@ TEST_CASE_FIXTURE(LibraryTest, "an exclusive section seeks only when it does not
     CHECK(readText(section, 3) == patternOf(19).substr(13, 3));
     section.seek(1, SORIGIN_CURRENT);
     readText(section, 3);
-    CHECK(below.takeCalls() == std::vector<std::string>{"seek 10 3", "read 3", "read 3", "seek 17 3", "read 3"});
+    CHECK(below.takeCalls() == Texts{"seek 10 3", "read 3", "read 3", "seek 17 3", "read 3"});
     below.failAt(1);
     CHECK(outcomeOf([&] { readText(section, 3); }) == "IOException: test failure");
     below.failNever();
@@ -45,7 +44,13 @@ TEST_CASE_FIXTURE(LibraryTest, "an exclusive section seeks only when it does not
 
 TEST_CASE_FIXTURE(LibraryTest, "a seek stays inside the section, whose end belongs to it") {
     const std::string outside = "ArgumentOutOfRangeException: Seeks out of the range of the stream [offset]";
-    const std::tuple<int64, int, uint64, std::string> cases[] = {
+    struct Case {
+        int64 offset;
+        int origin;
+        uint64 target;
+        std::string outcome;
+    };
+    const Case cases[] = {
         {50, SORIGIN_BEGIN, 50, ""},
         {51, SORIGIN_BEGIN, 20, outside},
         {-50, SORIGIN_END, 0, ""},
@@ -56,15 +61,13 @@ TEST_CASE_FIXTURE(LibraryTest, "a seek stays inside the section, whose end belon
     };
     RecordingStream below(patternOf(1000));
     IO::SectionedStream section("entry", &below, 100, 150, true);
-    for (const auto& [offset, origin, target, outcome] : cases) {
-        CAPTURE(offset);
+    for (const Case& each : cases) {
+        CAPTURE(each.offset);
+        const auto origin = static_cast<IO::Stream::SeekOrigin>(each.origin);
         section.seek(20, SORIGIN_BEGIN);
-        const auto seek = [&, o = offset, from = static_cast<IO::Stream::SeekOrigin>(origin)] {
-            section.seek(o, from);
-        };
-        CHECK(outcomeOf(seek) == outcome);
-        CHECK(section.getPosition() == target);
-        CHECK(below.getPosition() == 100 + target);
+        CHECK(outcomeOf([&] { section.seek(each.offset, origin); }) == each.outcome);
+        CHECK(section.getPosition() == each.target);
+        CHECK(below.getPosition() == 100 + each.target);
     }
 }
 

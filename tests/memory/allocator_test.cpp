@@ -25,7 +25,7 @@ namespace {
 template <class T>
 using Wrapped = ThreadSafeAllocWrapper<T, Threading::cSpinCount>;
 
-#if defined(TARQ_TEST_THREAD_SANITIZER) || defined(__SANITIZE_ADDRESS__)
+#ifdef TARQ_TEST_THREAD_SANITIZER
 constexpr int cSteps = 100000;
 #else
 constexpr int cSteps = 1000000;
@@ -53,7 +53,7 @@ bool runModel(Allocator& allocator, uint32 threads, int steps) {
         return block;
     };
     const auto giveBack = [&](const Block& block) {
-        if (std::count(block.bytes, block.bytes + block.size, block.content) != block.size)
+        if (!std::all_of(block.bytes, block.bytes + block.size, [&](std::byte each) { return each == block.content; }))
             isRight = false;
         allocator.free(block.bytes);
     };
@@ -180,9 +180,10 @@ TEST_CASE_FIXTURE(BareTest, "every allocator hands out blocks that are aligned, 
         {"thread-safe over free list", makeAllocator<ThreadSafeAllocator>(callback, list)},
         {"thread-safe over nothing", makeAllocator<ThreadSafeAllocator>(nullptr, nullptr)},
     };
-    for (const auto& [name, allocator] : cases) {
-        CAPTURE(name);
-        const uint32 threads = std::string(name).starts_with("plain") ? 1 : 4;
+    for (const auto& c : cases) {
+        CAPTURE(c.first);
+        const AllocatorPtr& allocator = c.second;
+        const uint32 threads = std::string(c.first).starts_with("plain") ? 1 : 4;
         CHECK(allocator->isThreadSafe() == (threads > 1));
         CHECK(allocator->isUsable());
         allocator->free(nullptr);

@@ -114,8 +114,8 @@ TEST_CASE_FIXTURE(LibraryTest, "whatever fails for want of the n-th block leaves
          }},
     };
     Drained drained(*this);
-    for (const auto& [name, run] : cases) {
-        CAPTURE(name);
+    for (const auto& c : cases) {
+        CAPTURE(c.first);
         std::size_t granted = 0;
         for (bool isDone = false; !isDone; ++granted) {
             REQUIRE(granted < 20);
@@ -123,7 +123,7 @@ TEST_CASE_FIXTURE(LibraryTest, "whatever fails for want of the n-th block leaves
             {
                 const AssertionRecorder whatFreeListsReport;
                 try {
-                    run(allocator());
+                    c.second(allocator());
                     isDone = true;
                 } catch (OutOfMemoryException* exception) {
                     delete exception;

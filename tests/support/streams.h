@@ -18,6 +18,7 @@ namespace Tarq::Test {
 using Common::int64;
 using Common::uint32;
 using Common::uint64;
+using Texts = std::vector<std::string>;
 
 /// Bytes in a std::string, with a record of every call: what a stream under test does to the stream below it.
 class RecordingStream : public Common::IO::Stream {
@@ -71,7 +72,7 @@ public:
 
     const std::string& getBytes() const { return mBytes; }
     /// The calls since the last time, "read 4" or "seek -3 1" for example; queries are not among them.
-    std::vector<std::string> takeCalls() { return std::exchange(mCalls, {}); }
+    Texts takeCalls() { return std::exchange(mCalls, {}); }
 
     /// The n-th call from now on (1 is the next one) throws `IOException`, "test failure"; so do those after it.
     void failAt(int call) { mCallsBeforeFailure = call; }
@@ -93,7 +94,7 @@ private:
     std::string mBytes;
     uint64 mPosition = 0;
     Common::String mName = "recording";
-    std::vector<std::string> mCalls;
+    Texts mCalls;
     int mCallsBeforeFailure = 0;
     uint64 mLongestRead = ~uint64{0};
     bool mClosed = false;
