@@ -59,9 +59,9 @@ public:
 
 /// Base of objects that carry their own count of owners and a lock; a fresh object counts 0.
 ///
-/// The count changes in one atomic step, so nobody ever sees it half done and the lock is never entered for it; it stands
-/// where the layout has it.
-/// Layout: count one word, lock two words into this base; `Layout` mirrors it for the compiler to check.
+/// The count changes in one atomic step, so nobody ever sees it half done and the lock is never entered for it; it
+/// stands where the layout has it. Layout: count one word, lock two words into this base; `Layout` mirrors it for the
+/// compiler to check.
 class TARQ_API LockedReferenceCounted {
 public:
     virtual ~LockedReferenceCounted() = default;

@@ -58,7 +58,7 @@ TEST_CASE_FIXTURE(BareTest, "a source is named from common/ on, without its exte
         const char* path;
         const char* name;
     } cases[] = {
-        {"/kit/work/common/io/stream.h", "common/io/stream"},
+        {"/kit/source/common/io/stream.h", "common/io/stream"},
         {"../common/string.h", "common/string"},
         {"common/host/common/io/stream.h", "common/io/stream"},
         {"common/uncommon/x.cpp", "common/uncommon/x"},

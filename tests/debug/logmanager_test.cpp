@@ -217,8 +217,9 @@ TEST_CASE_FIXTURE(LibraryTest, "a removal that has returned is not overtaken by 
     });
     for (int times = 0; times < 200; ++times) {
         bool gone = false;
-        RecordingListener listener(LOG_DBGMSG);
+        RecordingListener listener(static_cast<LogType>(0));
         listener.onEach = [&gone] { CHECK(!gone); };
+        manager().addListener(LOG_DBGMSG, &listener);
         listener.leave();
         gone = true;
     }
