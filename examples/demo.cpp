@@ -151,8 +151,9 @@ void showException() {
 }
 
 /// Asks a table for something that it does not have; the assertion reaches our callback, and the table stays as it is.
-void fireAssertion() {
+void fireAssertion(Totals& totals) {
     Container::IDVector<Totals> table(Library::getTempAlloc());
+    table.add(&totals);
     table.remove(42);
     Debug::report({Debug::LOG_MESSAGE, "fireAssertion"}, "Still alive after the assertion");
 }
@@ -163,7 +164,7 @@ Totals run(const std::filesystem::path& directory) {
     Totals totals;
     digestDirectory(directory, totals);
     showException();
-    fireAssertion();
+    fireAssertion(totals);
     return totals;
 }
 
