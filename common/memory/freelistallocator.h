@@ -40,14 +40,14 @@ public:
     /// Ignores null.
     void free(void* block) override;
     void* tryAlloc(uint32 size) noexcept override;
-    void reportExhausted(uint32 size) override;
+    [[gnu::noinline]] void reportExhausted(uint32 size) override;
 
 private:
     struct Page;
     static constexpr uint32 cClassCount = 64;
 
-    bool addPage(uint32 sizeClass) noexcept;
-    void* tryAllocLarge(uint32 size) noexcept;
+    [[gnu::noinline]] bool addPage(uint32 sizeClass) noexcept;
+    [[gnu::noinline]] void* tryAllocLarge(uint32 size) noexcept;
     void unlinkBlocksOfUnusedPages(uint32 sizeClass) noexcept;
 
     AllocatorPtr mParent;
