@@ -12,7 +12,7 @@ namespace Tarq::Common::Callback {
 /// own before it lets others reach the library. Every assertion site carries on after `showAssert` returns.
 ///
 /// Threads: any, several at once. The callback is kept alive while it runs. It does not throw; an assertion that fails
-/// inside of it reaches it again, up to a depth of 8, and below that nobody.
+/// inside of it reaches it again, up to a depth of 3, and below that nobody.
 class TARQ_API AssertCallback : public Memory::AllocatorCaptured, public ReferenceCounted {
 public:
     using AllocatorCaptured::AllocatorCaptured;

@@ -10,7 +10,7 @@ namespace Tarq::Common::Debug {
 
 namespace {
 
-constexpr uint32 cDeepestAssertion = 8;
+constexpr uint32 cDeepestAssertion = 3;
 
 /// The assertions inside each other on this thread: a callback may fail one itself.
 thread_local constinit uint32 tDepth = 0;

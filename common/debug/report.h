@@ -27,8 +27,7 @@ TARQ_API void composeReport(const LogReporter& reporter, const LogSite& site, st
 
 /// Reports the pieces, one after the other, through `reporter`; a null reporter reports nothing.
 ///
-/// When the type is switched off, this is one test. A report that finds no memory is dropped, and so is one that is
-/// made while another one of this thread asks for its memory. Threads: any.
+/// When the type is switched off, this is one test. A report that finds no memory is dropped. Threads: any.
 template <class... Pieces>
 void report(const LogReporter* reporter, const LogSite& site, const Pieces&... pieces) {
     if (reporter && reporter->isReported(site.mType))
