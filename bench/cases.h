@@ -12,6 +12,7 @@ std::vector<Case> lockCases();
 std::vector<Case> md5Cases();
 std::vector<Case> bufferedStreamCases();
 std::vector<Case> memoryStreamCases();
+std::vector<Case> serializeCases();
 std::vector<Case> logCases();
 std::vector<Case> exceptionCases();
 

@@ -6,5 +6,5 @@ int main(int argc, char** argv) {
     reserveThreadStorage(argv);
     return run(argc, argv,
                {allocatorCases, stringCases, containerCases, sharedPtrCases, lockCases, md5Cases, bufferedStreamCases,
-                memoryStreamCases, logCases, exceptionCases});
+                memoryStreamCases, serializeCases, logCases, exceptionCases});
 }

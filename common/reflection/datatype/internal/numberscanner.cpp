@@ -1,0 +1,219 @@
+#include "common/reflection/datatype/internal/numberscanner.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <charconv>
+#include <iterator>
+#include <limits>
+#include <system_error>
+#include <type_traits>
+
+namespace Tarq::Common::Reflection::Datatype {
+
+namespace {
+
+constexpr double cPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                   1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+/// The powers of ten up to this one have no rounding error; neither have whole numbers up to two to the power of the
+/// mantissa's digits. One operation on two such numbers gives the nearest result, if it is not made with excess digits.
+template <class Float>
+constexpr int64 cLargestExactPower = std::is_same_v<Float, float> ? 10 : std::size(cPowersOfTen) - 1;
+constexpr bool cComputesExactly = FLT_EVAL_METHOD == 0;
+
+/// What the first digits of a decimal number come to: `mantissa` times ten to the power of `exponent`.
+struct Leading {
+    static constexpr int cMaximumDigits = 19;
+
+    uint64 mantissa = 0;
+    int64 exponent = 0;
+    int digits = 0; ///< of the mantissa
+    bool hasDigits = false;
+
+    /// The digits beyond the first 19 only count for the exponent.
+    const char* take(const char* at, const char* end, int64 step) noexcept {
+        for (; at != end && CharacterTraits<char>::isDigit(*at); ++at) {
+            hasDigits = true;
+            if (digits < cMaximumDigits) {
+                mantissa = mantissa * 10 + static_cast<uint64>(*at - '0');
+                digits += mantissa != 0 ? 1 : 0;
+                exponent += step;
+            } else {
+                exponent += step + 1;
+            }
+        }
+        return at;
+    }
+    template <class Float>
+    bool isExact() const noexcept {
+        return cComputesExactly && mantissa <= uint64{1} << std::numeric_limits<Float>::digits &&
+               exponent <= cLargestExactPower<Float> && -exponent <= cLargestExactPower<Float>;
+    }
+};
+
+bool isSign(char c) noexcept {
+    return c == '-' || c == '+';
+}
+
+bool isHexadecimalDigit(char c) noexcept {
+    const char lower = CharacterTraits<char>::toLower(c);
+    return CharacterTraits<char>::isDigit(c) || (lower >= 'a' && lower <= 'f');
+}
+
+/// Adds the exponent that a decimal number may have, a million at most. Returns the end of the number.
+const char* takeExponent(const char* at, const char* end, int64& exponent) noexcept {
+    static constexpr int64 cLimit = 1000000;
+    if (at == end || CharacterTraits<char>::toLower(*at) != 'e')
+        return at;
+    const bool isNegative = ++at != end && *at == '-';
+    if (at != end && isSign(*at))
+        ++at;
+    int64 number = 0;
+    for (; at != end && CharacterTraits<char>::isDigit(*at); ++at)
+        number = std::min(number * 10 + (*at - '0'), cLimit);
+    exponent += isNegative ? -number : number;
+    return at;
+}
+
+} // namespace
+
+bool NumberScanner::readSigned(int64& value, Notation notation) noexcept {
+    Magnitude magnitude;
+    if (!readMagnitude(magnitude, notation))
+        return false;
+    const uint64 limit = static_cast<uint64>(std::numeric_limits<int64>::max()) + (magnitude.isNegative ? 1 : 0);
+    const uint64 nearest = std::min(magnitude.value, limit);
+    value = static_cast<int64>(magnitude.isNegative ? 0 - nearest : nearest);
+    return true;
+}
+
+bool NumberScanner::readUnsigned(uint64& value, Notation notation) noexcept {
+    Magnitude magnitude;
+    if (!readMagnitude(magnitude, notation))
+        return false;
+    const bool wraps = magnitude.isNegative && magnitude.value != std::numeric_limits<uint64>::max();
+    value = wraps ? 0 - magnitude.value : magnitude.value;
+    return true;
+}
+
+bool NumberScanner::readFloating(float& value) noexcept {
+    return readNumber(value);
+}
+
+bool NumberScanner::readFloating(double& value) noexcept {
+    return readNumber(value);
+}
+
+bool NumberScanner::readMagnitude(Magnitude& magnitude, Notation notation) noexcept {
+    static constexpr std::ptrdiff_t cSafeDigits = 19;
+    magnitude.isNegative = readSign();
+    if (notation == NOTATION_ANY && peek(0) == '0') {
+        int base = 8;
+        if (isHexadecimalPrefix()) {
+            base = 16;
+            mAt += 2;
+        }
+        const auto [end, error] = std::from_chars(mAt, mEnd, magnitude.value, base);
+        if (error == std::errc::result_out_of_range)
+            magnitude.value = std::numeric_limits<uint64>::max();
+        else if (error != std::errc())
+            magnitude.value = 0;
+        mAt = end;
+        return true;
+    }
+    const char* at = mAt;
+    const char* const safeEnd = mAt + std::min(mEnd - mAt, cSafeDigits);
+    magnitude.value = 0;
+    for (; at != safeEnd && Traits::isDigit(*at); ++at)
+        magnitude.value = magnitude.value * 10 + static_cast<uint64>(*at - '0');
+    if (at == mAt)
+        return false;
+    if (at == mAt + cSafeDigits) {
+        magnitude.value = std::numeric_limits<uint64>::max();
+        at = std::from_chars(mAt, mEnd, magnitude.value).ptr;
+    }
+    mAt = at;
+    return true;
+}
+
+template <class Float>
+bool NumberScanner::readNumber(Float& value) noexcept {
+    const bool isNegative = readSign();
+    Float number = 0;
+    if (!(isHexadecimalPrefix() ? readHexadecimal(number) : readDecimal(number) || readWord(number)))
+        return false;
+    value = isNegative ? -number : number;
+    return true;
+}
+
+template <class Float>
+bool NumberScanner::readDecimal(Float& value) noexcept {
+    Leading leading;
+    const char* at = leading.take(mAt, mEnd, 0);
+    if (at != mEnd && *at == '.')
+        at = leading.take(at + 1, mEnd, -1);
+    if (!leading.hasDigits)
+        return false;
+    at = takeExponent(at, mEnd, leading.exponent);
+    if (leading.mantissa == 0) {
+        value = 0;
+    } else if (leading.isExact<Float>()) {
+        const Float mantissa = static_cast<Float>(leading.mantissa);
+        value = leading.exponent < 0 ? mantissa / static_cast<Float>(cPowersOfTen[-leading.exponent])
+                                     : mantissa * static_cast<Float>(cPowersOfTen[leading.exponent]);
+    } else if (std::from_chars(mAt, at, value).ec == std::errc::result_out_of_range) {
+        value = leading.exponent + leading.digits > 0 ? std::numeric_limits<Float>::infinity() : 0;
+    }
+    mAt = at;
+    return true;
+}
+
+template <class Float>
+bool NumberScanner::readHexadecimal(Float& value) noexcept {
+    const bool hasPoint = peek(2) == '.';
+    if (!isHexadecimalDigit(peek(hasPoint ? 3 : 2))) {
+        mAt += hasPoint ? 3 : 0;
+        return hasPoint;
+    }
+    const char* const digits = mAt + 2;
+    const auto [end, error] = std::from_chars(digits, mEnd, value, std::chars_format::hex);
+    if (error == std::errc::result_out_of_range) {
+        const bool isSmall = std::find(digits, end, '-') != end;
+        value = isSmall ? 0 : std::numeric_limits<Float>::infinity();
+    }
+    mAt = end;
+    if (Traits::toLower(peek(0)) == 'p')
+        mAt += isSign(peek(1)) ? 2 : 1;
+    return true;
+}
+
+template <class Float>
+bool NumberScanner::readWord(Float& value) noexcept {
+    if (isWord("nan")) {
+        value = std::numeric_limits<Float>::quiet_NaN();
+        mAt += 3;
+        return true;
+    }
+    if (!isWord("inf"))
+        return false;
+    value = std::numeric_limits<Float>::infinity();
+    const bool isWhole = isWord("infinity");
+    mAt += isWhole ? 8 : 3;
+    return true;
+}
+
+bool NumberScanner::readSign() noexcept {
+    while (mAt != mEnd && Traits::isSpace(*mAt))
+        ++mAt;
+    const bool isNegative = peek(0) == '-';
+    if (isSign(peek(0)))
+        ++mAt;
+    return isNegative;
+}
+
+bool NumberScanner::isWord(std::string_view lowerCase) const noexcept {
+    return static_cast<std::size_t>(mEnd - mAt) >= lowerCase.size() &&
+           std::equal(lowerCase.begin(), lowerCase.end(), mAt, [](char a, char b) { return a == Traits::toLower(b); });
+}
+
+} // namespace Tarq::Common::Reflection::Datatype
