@@ -17,9 +17,8 @@ public:
     friend constexpr bool operator==(IDWrapper, IDWrapper) noexcept = default;
     friend constexpr auto operator<=>(IDWrapper, IDWrapper) noexcept = default;
     /// The number itself.
-    friend constexpr Value GetIDWrapperValue(IDWrapper id) noexcept { // NOLINT(readability-identifier-naming): a contract
-        return id.mValue;
-    }
+    // NOLINTNEXTLINE(readability-identifier-naming): a contract
+    friend constexpr Value GetIDWrapperValue(IDWrapper id) noexcept { return id.mValue; }
 
 private:
     Value mValue = static_cast<Value>(-1);
