@@ -24,6 +24,7 @@ inline constexpr uint16 cReplacement = 0xFFFD;
 template <class Use>
 void forEach(const WString& text, Use use) {
     for (const wchar_t c : text) {
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse): a wide character is meant, of either size and sign
         const uint32 character = static_cast<std::make_unsigned_t<wchar_t>>(c);
         if (sizeof(wchar_t) == sizeof(uint16) || character < cFirstBeyond) {
             use(static_cast<uint16>(character));
