@@ -143,7 +143,7 @@ void writeAndReadByOurs(benchmark::State& state) {
             check(std::strcmp(expected, name) == 0, "a name is wrong");
         });
     }
-    countOperations(state, cRecords * cFields);
+    countOperations(state, uint64{cRecords} * cFields);
     check(copies == records, "a value is wrong");
 }
 
@@ -161,7 +161,7 @@ void writeAndReadByMsgpack(benchmark::State& state) {
         msgpack::pack(buffer, records);
         msgpack::unpack(buffer.data(), buffer.size(), leaveWhereTheyAre)->convert(copies);
     }
-    countOperations(state, cRecords * cFields);
+    countOperations(state, uint64{cRecords} * cFields);
     check(copies == records, "a value is wrong");
 }
 
@@ -190,7 +190,7 @@ void writeAndReadByHand(benchmark::State& state) {
             });
         }
     }
-    countOperations(state, cRecords * cFields);
+    countOperations(state, uint64{cRecords} * cFields);
     check(copies == records, "a value is wrong");
 }
 
@@ -201,7 +201,7 @@ void readByOurs(benchmark::State& state) {
     ours.write(records);
     for (auto _ : state)
         ours.read(copies, [](const char*, const char* name) { benchmark::DoNotOptimize(name); });
-    countOperations(state, cRecords * cFields);
+    countOperations(state, uint64{cRecords} * cFields);
     check(copies == records, "a value is wrong");
 }
 
@@ -227,7 +227,7 @@ void readByBoost(benchmark::State& state) {
         for (auto& record : copies)
             visitFields(record, [&archive](const char*, auto& value) { archive >> value; });
     }
-    countOperations(state, cRecords * cFields);
+    countOperations(state, uint64{cRecords} * cFields);
     check(copies == records, "a value is wrong");
 }
 
