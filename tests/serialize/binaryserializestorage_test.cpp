@@ -13,7 +13,6 @@ using namespace Tarq::Test;
 using Platform::Endian;
 using Serialize::BinarySerializeStorage;
 using Storage = Serialize::SerializeStorage;
-using enum Storage::SerializeMode;
 using enum Storage::ItemType;
 
 namespace {
@@ -31,7 +30,7 @@ std::string bytesOf(const std::string& hex) {
 template <class Body>
 std::string fileOf(Body body, Endian::Endiness order = Endian::ENDIAN_LITTLE) {
     RecordingStream stream;
-    BinarySerializeStorage storage(SMODE_OUTPUT, order);
+    BinarySerializeStorage storage(Storage::SMODE_OUTPUT, order);
     REQUIRE(storage.open(&stream));
     body(storage);
     storage.close();
@@ -40,7 +39,7 @@ std::string fileOf(Body body, Endian::Endiness order = Endian::ENDIAN_LITTLE) {
 
 struct Input : RecordingStream {
     explicit Input(const std::string& bytes) : RecordingStream(bytes) { isOpen = storage.open(this); }
-    BinarySerializeStorage storage{SMODE_INPUT, Endian::ENDIAN_LITTLE};
+    BinarySerializeStorage storage{Storage::SMODE_INPUT, Endian::ENDIAN_LITTLE};
     bool isOpen = false;
 };
 
@@ -138,7 +137,7 @@ TEST_CASE_FIXTURE(LibraryTest, "every type of item has its bytes in both orders,
         const std::string all = bytesOf(start) + static_cast<char>(18 + 2 * stored.size()) + bytesOf(features) +
                                 stored + stored + bytesOf(table);
         RecordingStream stream;
-        BinarySerializeStorage storage(SMODE_OUTPUT, order);
+        BinarySerializeStorage storage(Storage::SMODE_OUTPUT, order);
         REQUIRE(storage.open(&stream));
         stream.takeCalls();
         item.write(storage);
@@ -240,7 +239,7 @@ TEST_CASE_FIXTURE(LibraryTest, "what cannot be opened is refused with a text and
     for (const auto& [bytes, refusal] : cases) {
         const RecordingListener log;
         RecordingStream stream(bytesOf(bytes));
-        BinarySerializeStorage storage(SMODE_INPUT, Endian::ENDIAN_LITTLE);
+        BinarySerializeStorage storage(Storage::SMODE_INPUT, Endian::ENDIAN_LITTLE);
         bool isOpen = false;
         const std::string thrown = outcomeOf([&] { isOpen = storage.open(&stream); });
         CHECK(thrown + log.messages() == refusal);
@@ -256,8 +255,8 @@ TEST_CASE_FIXTURE(LibraryTest, "what cannot be opened is refused with a text and
     } unable;
     const RecordingListener log;
     for (int round = 0; round < 2; ++round) {
-        CHECK(!BinarySerializeStorage(SMODE_OUTPUT, Endian::ENDIAN_LITTLE).open(&unable));
-        CHECK(!BinarySerializeStorage(SMODE_INPUT, Endian::ENDIAN_LITTLE).open(&unable));
+        CHECK(!BinarySerializeStorage(Storage::SMODE_OUTPUT, Endian::ENDIAN_LITTLE).open(&unable));
+        CHECK(!BinarySerializeStorage(Storage::SMODE_INPUT, Endian::ENDIAN_LITTLE).open(&unable));
         unable.close();
     }
     CHECK(log.messages() == "IO stream has to be seekable for an output serialize stream "
@@ -301,14 +300,14 @@ TEST_CASE_FIXTURE(LibraryTest, "wide text travels in 16-bit units, text of more 
     const String longest(65535, 'x');
     const char* name;
     for (const auto& [text, units] : cases) {
-        Input in(fileOf([&](Storage& storage) { storage.writeWString(longest.c_str(), text); }));
+        Input in(fileOf([&, &text = text](Storage& storage) { storage.writeWString(longest.c_str(), text); }));
         CHECK(hexOf(in.getBytes().data() + 25, bytesOf(units).size()) == units);
         WString copy;
         in.storage.readWString(name, copy);
         CHECK((copy == text && longest == name));
     }
     RecordingStream stream;
-    BinarySerializeStorage storage(SMODE_OUTPUT, Endian::ENDIAN_LITTLE);
+    BinarySerializeStorage storage(Storage::SMODE_OUTPUT, Endian::ENDIAN_LITTLE);
     storage.open(&stream);
     const std::string refused = "SerializeException: A text of 65536 characters is too long to be stored";
     CHECK(outcomeOf([&] { storage.writeBString("s", longest + "x"); }) == refused);
@@ -346,7 +345,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a stream without names or types is read as its f
 
 TEST_CASE_FIXTURE(LibraryTest, "a storage goes back to what it wrote, and overwrites what it read") {
     RecordingStream stream;
-    BinarySerializeStorage storage(SMODE_OUTPUT, Endian::ENDIAN_LITTLE);
+    BinarySerializeStorage storage(Storage::SMODE_OUTPUT, Endian::ENDIAN_LITTLE);
     storage.open(&stream);
     const auto place = storage.getPosition();
     storage.writeInt32("value", 5);
@@ -374,7 +373,7 @@ TEST_CASE_FIXTURE(LibraryTest, "what the stream throws passes on, and is logged 
         const RecordingListener log;
         {
             RecordingStream stream;
-            BinarySerializeStorage storage(SMODE_OUTPUT, Endian::ENDIAN_LITTLE);
+            BinarySerializeStorage storage(Storage::SMODE_OUTPUT, Endian::ENDIAN_LITTLE);
             stream.failAt(call);
             CHECK(outcomeOf([&] {
                       storage.open(&stream);
