@@ -59,7 +59,7 @@ TEST_CASE_FIXTURE(FunctionTest, "every kind of function can be registered and ca
         return result;
     };
     CHECK(call(int32(), registrar.registerFunction("eight", eight), nullptr) == 8);
-    CHECK(call(double(), registrar.registerFunction("sumOf", &sumOf), nullptr, int8(1), int16(2), int32(3), int64(4),
+    CHECK(call(double(), registrar.registerFunction("sumOf", &sumOf), nullptr, int8(1), int16(2), int32(3), long(4),
                5.0F, 6.0, true, uint8(7), Math::Vec3<double>{8, 9, 10}, String("eleven ....")) == 67);
     CHECK(call(int32(), registrar.registerFunction("spawn", &World::spawn), &world, int32(4)) == 5);
     CHECK(call(int64(), registrar.registerFunction("count", &World::count), &world) == 4);
