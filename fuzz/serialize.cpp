@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-// Opens a stored file, skips everything in it, then reads everything.
+// Opens a stored file, skips and reads each item in it. Both must get equally far.
 
 using namespace Tarq::Common;
 using Serialize::BinarySerializeStorage;
@@ -19,14 +19,16 @@ public:
     void showAssert(const char*, const char*, unsigned int) override {}
 };
 
-/// Runs `body` up to the exception in which it ends. What else is thrown ends the process.
+/// Runs `body`, and returns false when it ends in an exception. What else is thrown ends the process.
 template <class Body>
-void runGuarded(Body body) {
+bool runGuarded(Body body) {
     try {
         body();
     } catch (Exceptions::Exception* exception) {
         const Exceptions::Holder holder(exception);
+        return false;
     }
+    return true;
 }
 
 template <class T>
@@ -34,8 +36,6 @@ void readValue(Storage& storage, void (Storage::*read)(const char*&, T&)) {
     const char* name = nullptr;
     T value{};
     (storage.*read)(name, value);
-    if (name && String(name).length() > 65535)
-        std::abort();
 }
 
 void readItem(Storage& storage, uint32 type) {
@@ -76,6 +76,33 @@ void readItem(Storage& storage, uint32 type) {
     }
 }
 
+/// Reads an item, of a class all that is in it.
+void readWhole(Storage& storage) {
+    uint64 depth = 0;
+    do {
+        const uint8 type = storage.peekItemType();
+        readItem(storage, type);
+        depth += type == Storage::ITEMTYPE_CLASS_ENTER ? 1u : 0u;
+        depth -= type == Storage::ITEMTYPE_CLASS_EXIT && depth != 0 ? 1u : 0u;
+    } while (depth != 0);
+}
+
+/// Returns whether there was an item.
+bool skipAndRead(Storage& storage, const IO::Stream& stream) {
+    const Storage::PositionPtr start = storage.getPosition();
+    const char* name;
+    uint32 type = 0;
+    const bool isSkipped = runGuarded([&] { storage.skipItem(name, type); });
+    const uint64 end = stream.getPosition();
+    storage.setPosition(start);
+    if (isSkipped && !Storage::getItemTypeName(type))
+        return false;
+    const bool isRead = runGuarded([&] { readWhole(storage); });
+    if (isRead != isSkipped || (isRead && stream.getPosition() != end))
+        std::abort();
+    return isRead;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -93,19 +120,12 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     runGuarded([&] { isOpen = storage.open(&stream); });
     if (!isOpen)
         return 0;
-    const Storage::PositionPtr start = storage.getPosition();
-    runGuarded([&] {
-        const char* name;
-        for (uint32 type = 1; Storage::getItemTypeName(type);)
-            storage.skipItem(name, type);
-    });
-    storage.setPosition(start);
+    while (skipAndRead(storage, stream)) {
+    }
     runGuarded([&] {
         // Where types are not stored the reader knows them; here, all of them come in turn.
-        for (uint32 turn = 1; stream.getPosition() < size; turn = turn % Storage::ITEMTYPE_CLASS_ENTER + 1) {
-            const uint8 type = storage.peekItemType();
-            readItem(storage, type != 0 ? type : turn);
-        }
+        for (uint32 turn = 1; storage.peekItemType() == 0; turn = turn % Storage::ITEMTYPE_CLASS_ENTER + 1)
+            readItem(storage, turn);
     });
     return 0;
 }

@@ -38,13 +38,25 @@ public:
 
     /// Moves at most 4 GiB - 1 bytes.
     uint64 read(void* dst, uint64 numBytes) override {
-        const uint64 end = mOffset + numBytes;
-        if (isSingleRequest(numBytes) && end <= mReadLimit) [[likely]] {
-            copy(dst, mBlock + mOffset, numBytes);
-            mOffset = static_cast<uint32>(end);
+        const void* const bytes = isSingleRequest(numBytes) ? readInPlace(static_cast<uint32>(numBytes)) : nullptr;
+        if (bytes) [[likely]] {
+            copy(dst, bytes, numBytes);
             return numBytes;
         }
         return readAcrossBlocks(dst, numBytes);
+    }
+    /// Reads without copying: returns where the next bytes lie, and moves the position behind them. They stay there
+    /// until they are overwritten or the stream is closed.
+    ///
+    /// Null, and nothing moves, when they do not lie together; also when there are fewer, and on a closed stream.
+    /// `read` deals with all of that.
+    const void* readInPlace(uint32 numBytes) noexcept {
+        const uint64 end = uint64{mOffset} + numBytes;
+        if (end > mReadLimit) [[unlikely]]
+            return nullptr;
+        const std::byte* const bytes = mBlock + mOffset;
+        mOffset = static_cast<uint32>(end);
+        return bytes;
     }
 
     void write(const void* src, uint64 numBytes) override {

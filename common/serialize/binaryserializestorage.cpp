@@ -5,11 +5,13 @@
 #include "common/exceptions/argumentexception.h"
 #include "common/exceptions/invalidstateexception.h"
 #include "common/memory/allocate.h"
+#include "common/memory/memorystream.h"
 #include "common/serialize/internal/numberbytes.h"
 #include "common/serialize/internal/storagefailures.h"
 
 #include <algorithm>
 #include <cstring>
+#include <typeinfo>
 
 namespace Tarq::Common::Serialize {
 
@@ -57,6 +59,13 @@ BinarySerializeStorage::~BinarySerializeStorage() {
 
 void BinarySerializeStorage::throwClosed() {
     throw new Exceptions::InvalidStateException("BinarySerializeStorage: The storage is not open.");
+}
+
+/// Of a class that derives from the memory stream, what its own `read` does counts.
+void BinarySerializeStorage::attach(IO::Stream* stream) noexcept {
+    mStream = stream;
+    const bool isMemory = stream && typeid(*stream) == typeid(Memory::MemoryStream);
+    mMemoryStream = isMemory ? static_cast<Memory::MemoryStream*>(stream) : nullptr;
 }
 
 /// Numbers in a stream are compared with this before memory is taken for them.
@@ -111,7 +120,7 @@ bool BinarySerializeStorage::open(IO::Stream* stream) {
     }
     mInstanceNames.clear();
     mTypeNames.clear();
-    mStream = stream;
+    attach(stream);
     bool isOpen = true;
     try {
         if (isOutput)
@@ -119,11 +128,11 @@ bool BinarySerializeStorage::open(IO::Stream* stream) {
         else
             isOpen = readHeader();
     } catch (...) {
-        mStream = nullptr;
+        attach(nullptr);
         throw;
     }
     if (!isOpen)
-        mStream = nullptr;
+        attach(nullptr);
     return isOpen;
 }
 
@@ -209,19 +218,22 @@ void BinarySerializeStorage::close() {
         if (mMode == SMODE_OUTPUT)
             completeFile();
     } catch (...) {
-        mStream = nullptr;
+        attach(nullptr);
         throw;
     }
-    mStream = nullptr;
+    attach(nullptr);
 }
 
 void BinarySerializeStorage::completeFile() {
     const uint64 tablePosition = mStream->getPosition();
     writeTable(mInstanceNames);
     writeTable(mTypeNames);
+    const uint64 end = mStream->getPosition();
     mStream->seek(cTablePositionOffset, SORIGIN_BEGIN);
     writeNumber(tablePosition);
-    mStream->seek(0, SORIGIN_END);
+    // A stream with a buffer may not yet count all bytes that were written.
+    if (mStream->seek(0, SORIGIN_END) < end)
+        mStream->seek(static_cast<int64>(end), SORIGIN_BEGIN);
 }
 
 void BinarySerializeStorage::writeTable(const NameTable& table) {

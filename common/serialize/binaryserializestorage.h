@@ -4,6 +4,12 @@
 #include "common/serialize/nametable.h"
 #include "common/serialize/serializestorage.h"
 
+namespace Tarq::Common::Memory {
+
+class MemoryStream;
+
+} // namespace Tarq::Common::Memory
+
 namespace Tarq::Common::Serialize {
 
 /// The compact binary form of a storage, in either byte order: a name is stored once, each item carries its index.
@@ -13,7 +19,7 @@ namespace Tarq::Common::Serialize {
 ///
 /// A storage is read in the order in which it was written: nothing marks the end of the items. One that writes can read
 /// its own items as well, if the stream can be read; one that reads can overwrite items, with names that the stream
-/// knows.
+/// knows. A storage keeps the names of all streams that it had, so that one for very many of them grows.
 ///
 /// Bytes. Numbers are in the byte order that the header names, and swapped where that is not the machine's.
 ///   header   uint8 0x12, uint8 byte order, uint32 version 3, uint64 position of the tables, uint32 features
@@ -88,6 +94,7 @@ private:
             throwClosed();
     }
     [[noreturn]] static void throwClosed();
+    void attach(IO::Stream* stream) noexcept;
     uint64 bytesLeft() const;
     void setFeatures(uint32 features) noexcept;
     void setByteOrder(Platform::Endian::Endiness endiness) noexcept;
@@ -106,7 +113,11 @@ private:
 
     // What items are made of.
 
-    unsigned char* readItem(ItemType type, const char*& name, unsigned char* bytes, uint32 payloadSize);
+    const void* readInPlace(uint32 numBytes) noexcept;
+    uint32 nameSizeOf(ItemType type) const noexcept { return type == ITEMTYPE_CLASS_EXIT ? 0 : mNameSize; }
+    const unsigned char* loadHead(ItemType type, const char*& name, const unsigned char* bytes, uint32 size);
+    const unsigned char* readItem(ItemType type, const char*& name, unsigned char* buffer, uint32 payloadSize);
+    const unsigned char* copyItem(ItemType type, const char*& name, unsigned char* buffer, uint32 size);
     [[noreturn]] void refuseItem(ItemType type, const unsigned char* bytes, uint64 bytesRead);
     template <class T>
     void readPlain(ItemType type, const char*& name, T& value);
@@ -114,9 +125,11 @@ private:
     void readCharacters(ItemType type, const char*& name, Use use);
     const char* typeNameAt(const unsigned char* bytes) const;
     void skipOne(uint8 itemType, const char*& name);
+    void skipCharacters(uint32 numBytes);
 
     uint32 indexOf(NameTable& table, const char* name);
     uint32 addName(NameTable& table, const char* name);
+    unsigned char* storeType(unsigned char* bytes, ItemType type) const noexcept;
     unsigned char* storeHead(unsigned char* bytes, ItemType type, const char* name);
     void writeItem(const unsigned char* bytes, const unsigned char* end);
     template <class T>
@@ -124,6 +137,8 @@ private:
 
     SerializeMode mMode;
     IO::Stream* mStream = nullptr; ///< null when closed
+    /// The stream, if it is one whose bytes can be read where they lie; otherwise null.
+    Memory::MemoryStream* mMemoryStream = nullptr;
     Platform::Endian::Endiness mByteOrder;
     NameTable mInstanceNames;
     NameTable mTypeNames;

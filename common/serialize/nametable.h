@@ -12,22 +12,25 @@ namespace Tarq::Common::Serialize {
 /// Names by index, and their indexes: what stored items carry instead of names.
 ///
 /// A text that was handed out stays where it is as long as the table object lives, also when a new table begins.
-class TARQ_API NameTable {
+class NameTable {
 public:
     /// Not an index.
     static constexpr uint32 cNone = ~uint32{0};
 
     explicit NameTable(const Memory::AllocatorPtr& allocator) : mIndexes(allocator), mEntries(allocator) {}
+    NameTable(const NameTable&) = delete;
+    NameTable& operator=(const NameTable&) = delete;
 
     /// Begins a new table, which is empty.
     void clear() noexcept;
     uint32 size() const noexcept { return mEntries.size(); }
     /// The text of an index below the size.
     const char* operator[](uint32 index) const noexcept { return mEntries[index].text; }
-    /// Returns the new name's index. Of names that are there twice, the first is the one that is found.
+    /// Returns the new name's index.
     uint32 append(String::Text name);
 
-    /// The index of a name, or `cNone`.
+    /// The index of a name, or `cNone`. Only changed files have a name twice, which is found at either index, or one
+    /// with a NUL inside, which may be found by the text up to it.
     ///
     /// Names come in the same order again and again: the one that followed here the last time is compared first.
     uint32 find(const char* name) noexcept {
@@ -42,7 +45,7 @@ public:
 private:
     struct Entry {
         const char* text;
-        uint32 follower; ///< the index of the name that came after this one, or the next index
+        uint32 follower; ///< the index of the name that is expected after this one
     };
 
     uint32 lookUp(const char* name) noexcept;

@@ -67,21 +67,27 @@ public:
 
     ~SerializeStorage() override;
 
+    /// The place of the next item. It outlives the storage, but not the library: its bytes come from the storage's
+    /// allocator.
     virtual PositionPtr getPosition() const = 0;
-    /// Throws `ArgumentNullException`, or `ArgumentException` for a position of another kind of storage.
+    /// Throws `ArgumentNullException`, or `ArgumentException` for a position of another kind of storage. That it was
+    /// taken in the stream that is attached now is not checked.
     virtual void setPosition(const PositionPtr& position) = 0;
 
     /// Attaches the stream. Returns false, and logs why, when the stream is not fit for it; whenever that is so, or the
     /// call throws, the storage is closed. An open storage is closed first.
     virtual bool open(IO::Stream* stream) = 0;
     /// Completes what was written and lets go of the stream, which is neither closed nor flushed: also when that fails.
-    /// A closed storage is closed once more without effect.
+    /// What completes it goes to the present position, over what is there: who went back to items that were written
+    /// goes on to their end first. The stream then stands at its end. A closed storage is closed once more without
+    /// effect.
     virtual void close() = 0;
 
     /// Reads the next item, a class with everything up to its end, and hands out its type and name; the name of a class
     /// and of a class's end is the empty string. Of an item of unknown type nothing is read, and the name is null.
     ///
-    /// Throws `SerializeException` for an unknown type inside a class, and at the end of the stream.
+    /// Throws `SerializeException` for an unknown type inside a class, and at the end of the stream. Without types in
+    /// the stream it asserts, reads nothing and hands out type 0; a loop has to stop there, as at every unknown type.
     virtual void skipItem(const char*& name, uint32& itemType) = 0;
     /// The type of the next item, which stays the next one. Throws `SerializeException` at the end of the stream.
     /// Asserts that the stream carries types; otherwise returns 0.
@@ -105,8 +111,8 @@ public:
     virtual void readUInt08(const char*& name, uint8& value) = 0;
     virtual void readBool(const char*& name, bool& value) = 0;
 
-    // Every write throws `SerializeException`, before anything is written, for a name or a string that is too long for
-    // the storage.
+    // Every write throws `SerializeException` for a name or a string that is too long for the storage, and in a storage
+    // that reads also for a name that the stream does not know. Nothing is written then, and no name is kept.
 
     virtual void writeClassEnter(const char* name, const char* typeName, const char* secondTypeName, uint32 value) = 0;
     virtual void writeClassExit() = 0;

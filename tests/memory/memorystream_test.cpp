@@ -43,6 +43,31 @@ TEST_CASE_FIXTURE(LibraryTest, "a seek outside the stream is refused and does no
     CHECK(stream.getPosition() == 5);
 }
 
+TEST_CASE_FIXTURE(LibraryTest, "a read in place hands out what a read copies, or nothing where a block ends") {
+    const std::string text = patternOf(20);
+    for (uint32 blockSize = 1; blockSize < 30; ++blockSize) {
+        for (uint32 start = 0; start <= text.size(); ++start) {
+            for (uint32 size = 1; size < 25; ++size) {
+                MemoryStream stream("stream", blockSize);
+                stream.write(text.data(), text.size());
+                CHECK(stream.readInPlace(size) == nullptr);
+                CHECK(stream.getPosition() == text.size());
+                stream.seek(start, SORIGIN_BEGIN);
+                const void* const bytes = stream.readInPlace(size);
+                const bool isTogether = start % blockSize + size <= blockSize && start + size <= text.size();
+                REQUIRE((bytes != nullptr) == isTogether);
+                CHECK(stream.getPosition() == start + (isTogether ? size : 0));
+                if (isTogether)
+                    CHECK(std::string(static_cast<const char*>(bytes), size) == text.substr(start, size));
+            }
+        }
+    }
+    MemoryStream closed("closed", 4);
+    closed.write("0123", 4);
+    closed.close();
+    CHECK((closed.readInPlace(0) == nullptr && closed.readInPlace(~uint32{0}) == nullptr));
+}
+
 TEST_CASE_FIXTURE(LibraryTest, "a closed stream answers what it is and throws at everything else") {
     MemoryStream stream("stream", 4);
     stream.write("01234567", 8);

@@ -7,8 +7,9 @@
 /// What the sources of the binary storage throw.
 namespace Tarq::Common::Serialize {
 
-[[noreturn]] inline void throwCorrupted(const String& reason) {
-    throw new SerializeException("The stream is corrupted. " + reason);
+/// Makes the text here: callers stay small enough to be inlined where items are read.
+[[noreturn]] inline void throwCorrupted(String::Text reason) {
+    throw new SerializeException((String("The stream is corrupted. ") += reason));
 }
 
 [[noreturn]] inline void throwShort() {
