@@ -10,6 +10,9 @@ namespace Tarq::Common::Math {
 /// by zero.
 template <class T>
 struct Vec2 {
+    using Component = T;
+    static constexpr uint32 cComponents = 2;
+
     T mX{};
     T mY{};
 

@@ -10,6 +10,9 @@ namespace Tarq::Common::Math {
 /// by zero.
 template <class T>
 struct Vec3 {
+    using Component = T;
+    static constexpr uint32 cComponents = 3;
+
     T mX{};
     T mY{};
     T mZ{};

@@ -1,6 +1,5 @@
 #include "common/reflection/reflectioninterface.h"
 
-#include "common/debug/assert.h"
 #include "common/utility/initcounter.h"
 #include "common/utility/neverdestroyed.h"
 
@@ -12,19 +11,16 @@ namespace {
 
 /// A process that ends without `close` leaves the manager standing: static objects may still hold values of its types.
 constinit NeverDestroyed<DatatypeManagerPtr> gManager;
-constinit const Memory::AllocatorPtr gNoAllocator;
+constinit NeverDestroyed<Memory::AllocatorPtr> gNoAllocator;
 
 /// Reports at the end of the process what was not undone.
 constinit InitCounter gCounter("ReflectionInterface");
 
 } // namespace
 
-bool ReflectionInterface::keep(const DatatypeManagerPtr& manager) {
-    if (!TARQ_ASSERT(manager, "there is no reflection without a manager"))
-        return false;
+void ReflectionInterface::count(const DatatypeManagerPtr& manager) noexcept {
     if (gCounter.init())
         gManager.get() = manager;
-    return true;
 }
 
 void ReflectionInterface::close() {
@@ -38,7 +34,7 @@ const DatatypeManagerPtr& ReflectionInterface::getDatatypeManager() noexcept {
 
 const Memory::AllocatorPtr& ReflectionInterface::getMemoryAllocator() noexcept {
     const DatatypeManagerPtr& manager = gManager.get();
-    return manager ? manager->getMemoryAllocator() : gNoAllocator;
+    return manager ? manager->getMemoryAllocator() : gNoAllocator.get();
 }
 
 } // namespace Tarq::Common::Reflection

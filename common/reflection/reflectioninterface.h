@@ -11,32 +11,30 @@ namespace Tarq::Common::Reflection {
 /// Threads: `init` and `close` belong to one thread, while nobody uses the manager.
 class TARQ_API ReflectionInterface {
 public:
-    /// Counts, and makes the built-in types known in the calling module. The first call keeps `manager` and registers
-    /// the built-in types there; a later one keeps to that manager.
+    /// Counts, and makes the built-in types known in the calling module. The first call registers them with `manager`
+    /// and keeps that; a later one keeps to the first one's, whatever it is given.
     ///
-    /// Asserts that `manager` is not empty; nothing is counted otherwise. Throws `OutOfMemoryException`, and does not
-    /// count then.
+    /// Asserts, as `registerDebuggerDatatypes` does, that the first one's `manager` is not empty, and that the types
+    /// are not those of another manager; nothing is counted and kept otherwise. Throws `OutOfMemoryException`, and does
+    /// not count then; another call with that manager goes on from there.
     TARQ_LOCAL static void init(const Datatype::DatatypeManagerPtr& manager) {
-        if (!keep(manager))
-            return;
-        try {
-            Datatype::registerDebuggerDatatypes(getDatatypeManager());
-        } catch (...) {
-            close();
-            throw;
-        }
+        const Datatype::DatatypeManagerPtr& kept = getDatatypeManager();
+        if (Datatype::registerDebuggerDatatypes(kept ? kept : manager))
+            count(manager);
     }
-    /// Undoes one `init`; the last one lets go of the manager. Asserts that there is one to undo; nothing happens
-    /// otherwise.
+    /// Undoes one `init`; the last one lets go of the manager, and comes before `Interface::closeLibrary`. Asserts that
+    /// there is one to undo; nothing happens otherwise.
     static void close();
 
-    /// Empty before the first `init` and after the last `close`.
+    /// Empty before the first `init` and after the last `close`. This is the pointer that is kept; `close` empties it
+    /// for whoever refers to it.
     static const Datatype::DatatypeManagerPtr& getDatatypeManager() noexcept;
     /// The manager's allocator; empty without a manager.
     static const Memory::AllocatorPtr& getMemoryAllocator() noexcept;
 
 private:
-    static bool keep(const Datatype::DatatypeManagerPtr& manager);
+    /// Keeps the manager if it is the first one.
+    static void count(const Datatype::DatatypeManagerPtr& manager) noexcept;
 };
 
 } // namespace Tarq::Common::Reflection

@@ -15,6 +15,7 @@ public:
     constexpr explicit IDWrapper(Value value) noexcept : mValue(value) {}
 
     friend constexpr bool operator==(IDWrapper, IDWrapper) noexcept = default;
+    // NOLINTNEXTLINE(modernize-use-nullptr): a comparison with 0 is how ordering works
     friend constexpr auto operator<=>(IDWrapper, IDWrapper) noexcept = default;
     /// The number itself.
     // NOLINTNEXTLINE(readability-identifier-naming): a contract

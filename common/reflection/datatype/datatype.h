@@ -12,11 +12,12 @@ namespace Tarq::Common::Reflection::Datatype {
 
 /// The concrete type of the fundamental types, and what class types share with them.
 ///
-/// Made by `DatatypeManager::registerDatatype`. A type whose `DatatypeSerializer` is not defined where it is registered
-/// cannot be stored.
+/// Made by `DatatypeManager::registerDatatype`. A type can be stored when it has a `DatatypeSerializer`, which is to be
+/// declared with the type: in sight of one source that registers the type and not of another, it counts or does not
+/// count for both.
 template <class T>
 class TARQ_LOCAL Datatype : public TypedDatatype<T> {
-    static_assert(alignof(T) <= 8, "allocators align to 8");
+    static_assert(alignof(T) <= sizeof(void*), "allocators align to a word");
 
 public:
     static constexpr bool cIsBasic = true;
@@ -29,34 +30,13 @@ public:
     void assign(const void* source, void* target) const override {
         *static_cast<T*>(target) = *static_cast<const T*>(source);
     }
-    void constructDefault(void* target) const override { Datatype::constructCopy(&mDefaultValue, target); }
-    DatatypeID getDatatypeID() const override { return this->id(); }
-    String getName() const override { return this->name(); }
-    uint32 getSize() const override { return this->size(); }
     void destruct(void* value) const override {
         if (value)
             std::destroy_at(static_cast<T*>(value));
     }
-    void destroyValue(void* value) const override { this->release(value, this->getAllocator()); }
     void* parseValue(const String& text, const Memory::AllocatorPtr& allocator) const override {
-        if (!this->currentParseFunction()) {
-            this->reportNoParseFunction();
-            return nullptr;
-        }
-        return reinterpret_cast<ParseFunction<T>>(this->currentParseFunction())(text, allocator);
+        return this->parse(text, allocator, &callParseFunction);
     }
-    void* createValueCopy(const void* source, const Memory::AllocatorPtr& allocator) const override {
-        return this->createCopy(source, allocator);
-    }
-    void* createValue(const Memory::AllocatorPtr& allocator) const override {
-        return this->createCopy(&mDefaultValue, allocator);
-    }
-    void* createValueCopy(const void* source) const override { return this->createCopy(source, this->getAllocator()); }
-    void* createValue() const override { return this->createCopy(&mDefaultValue, this->getAllocator()); }
-    void deleteValue(void* value, const Memory::AllocatorPtr& allocator) const override {
-        this->release(value, allocator);
-    }
-    void deleteValue(void* value) const override { this->release(value, this->getAllocator()); }
 
     Function::FunctionID getFunctionID(const String& name,
                                        const Container::Vector<DatatypeID>& signature) const override {
@@ -99,13 +79,18 @@ protected:
 
     Datatype(const DatatypeBase::Description& description, const T& defaultValue)
         : TypedDatatype<T>(description), mDefaultValue(defaultValue), mFunctions(this->getAllocator()) {
-        if constexpr (requires { sizeof(DatatypeSerializer<T>); }) {
+        if constexpr (HasDatatypeSerializer<T>) {
             mReadFunction = &DatatypeSerializer<T>::readValue;
             mWriteFunction = &DatatypeSerializer<T>::writeValue;
         }
     }
 
 private:
+    static void* callParseFunction(DatatypeBase::AnyFunction parseFunction, const String& text,
+                                   const Memory::AllocatorPtr& allocator) {
+        return reinterpret_cast<ParseFunction<T>>(parseFunction)(text, allocator);
+    }
+
     T mDefaultValue;
     Function::FunctionRegistrar mFunctions;
     void (*mReadFunction)(Serialize::SerializeStorage* storage, T& value) = nullptr;
@@ -118,46 +103,46 @@ class TARQ_LOCAL NFDatatype : public Datatype<T> {
 public:
     static constexpr bool cIsBasic = false;
 
-    bool hasAddition() const override { return mOperators.addition; }
-    bool hasSubstraction() const override { return mOperators.substraction; }
-    bool hasMultiplication() const override { return mOperators.multiplication; }
-    bool hasDivision() const override { return mOperators.division; }
-    bool hasEqual() const override { return mOperators.equal; }
-    bool hasUnequal() const override { return mOperators.unequal; }
-    bool hasGreater() const override { return mOperators.greater; }
-    bool hasGreaterEqual() const override { return mOperators.greaterEqual; }
-    bool hasSmaller() const override { return mOperators.smaller; }
-    bool hasSmallerEqual() const override { return mOperators.smallerEqual; }
+    bool hasAddition() const override { return isBound(cOperators.addition); }
+    bool hasSubstraction() const override { return isBound(cOperators.substraction); }
+    bool hasMultiplication() const override { return isBound(cOperators.multiplication); }
+    bool hasDivision() const override { return isBound(cOperators.division); }
+    bool hasEqual() const override { return isBound(cOperators.equal); }
+    bool hasUnequal() const override { return isBound(cOperators.unequal); }
+    bool hasGreater() const override { return isBound(cOperators.greater); }
+    bool hasGreaterEqual() const override { return isBound(cOperators.greaterEqual); }
+    bool hasSmaller() const override { return isBound(cOperators.smaller); }
+    bool hasSmallerEqual() const override { return isBound(cOperators.smallerEqual); }
 
     void callAddition(void* result, const void* left, const void* right) const override {
-        call(mOperators.addition, "callAddition", result, left, right);
+        call(cOperators.addition, "callAddition", result, left, right);
     }
     void callSubstraction(void* result, const void* left, const void* right) const override {
-        call(mOperators.substraction, "callSubstraction", result, left, right);
+        call(cOperators.substraction, "callSubstraction", result, left, right);
     }
     void callMultiplication(void* result, const void* left, const void* right) const override {
-        call(mOperators.multiplication, "callMultiplication", result, left, right);
+        call(cOperators.multiplication, "callMultiplication", result, left, right);
     }
     void callDivision(void* result, const void* left, const void* right) const override {
-        call(mOperators.division, "callDivision", result, left, right);
+        call(cOperators.division, "callDivision", result, left, right);
     }
     void callEqual(void* result, const void* left, const void* right) const override {
-        call(mOperators.equal, "callEqual", result, left, right);
+        call(cOperators.equal, "callEqual", result, left, right);
     }
     void callUnequal(void* result, const void* left, const void* right) const override {
-        call(mOperators.unequal, "callUnequal", result, left, right);
+        call(cOperators.unequal, "callUnequal", result, left, right);
     }
     void callGreater(void* result, const void* left, const void* right) const override {
-        call(mOperators.greater, "callGreater", result, left, right);
+        call(cOperators.greater, "callGreater", result, left, right);
     }
     void callGreaterEqual(void* result, const void* left, const void* right) const override {
-        call(mOperators.greaterEqual, "callGreaterEqual", result, left, right);
+        call(cOperators.greaterEqual, "callGreaterEqual", result, left, right);
     }
     void callSmaller(void* result, const void* left, const void* right) const override {
-        call(mOperators.smaller, "callSmaller", result, left, right);
+        call(cOperators.smaller, "callSmaller", result, left, right);
     }
     void callSmallerEqual(void* result, const void* left, const void* right) const override {
-        call(mOperators.smallerEqual, "callSmallerEqual", result, left, right);
+        call(cOperators.smallerEqual, "callSmallerEqual", result, left, right);
     }
 
     bool isBasicDatatype() const override { return false; }
@@ -168,6 +153,11 @@ private:
     NFDatatype(const DatatypeBase::Description& description, const T& defaultValue)
         : Datatype<T>(description, defaultValue) {}
 
+    /// Compilers warn of a function's own address that is asked whether it is null.
+    template <class Result>
+    static constexpr bool isBound(Result (*function)(const T&, const T&)) noexcept {
+        return function != nullptr;
+    }
     template <class Result>
     void call(Result (*function)(const T&, const T&), const char* operation, void* result, const void* left,
               const void* right) const {
@@ -177,20 +167,20 @@ private:
             this->reportNoOperator(operation);
     }
 
-    OperatorTable<T> mOperators = DatatypeOperators<T>::make();
+    static constexpr OperatorTable<T> cOperators = DatatypeOperators<T>::make();
 };
 
 template <class Object>
 Object* DatatypeManager::registerAs(const String& name, const typename Object::Native& defaultValue,
                                     ParseFunction<typename Object::Native> parseFunction) {
     using T = typename Object::Native;
-    Registration registration{
-        {name, TypedDatatype<T>::getTypeName(), sizeof(T), alignof(T), Object::cIsBasic, INVALID_DATATYPE_ID},
-        TypedDatatype<T>::getInstanceSlot(),
-        reinterpret_cast<DatatypeBase::AnyFunction>(parseFunction),
-        [](const Memory::AllocatorPtr& allocator, const DatatypeBase::Description& description, const void* value)
-            -> DatatypeBase* { return new (allocator) Object(description, *static_cast<const T*>(value)); },
-        &defaultValue};
+    Registration registration{TypedDatatype<T>::describe(name, Object::cIsBasic), TypedDatatype<T>::getInstanceSlot(),
+                              reinterpret_cast<DatatypeBase::AnyFunction>(parseFunction),
+                              [](const Memory::AllocatorPtr& allocator, const DatatypeBase::Description& description,
+                                 const void* value) -> DatatypeBase* {
+                                  return new (allocator) Object(description, *static_cast<const T*>(value));
+                              },
+                              &defaultValue};
     return static_cast<Object*>(registerObject(registration));
 }
 

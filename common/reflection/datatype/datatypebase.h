@@ -8,13 +8,6 @@
 #include "common/string.h"
 #include "common/types.h"
 
-/// Keeps to each module what would be one for all modules otherwise, and would keep those loaded that use it.
-///
-/// A build whose toolchain spells this differently defines `TARQ_LOCAL` itself, on the compiler's command line.
-#ifndef TARQ_LOCAL
-#define TARQ_LOCAL __attribute__((visibility("hidden")))
-#endif
-
 namespace Tarq::Common::Serialize {
 class SerializeStorage;
 }
@@ -25,6 +18,7 @@ class FunctionArgumentList;
 namespace Tarq::Common::Reflection::Datatype {
 
 struct InstanceSlot;
+class TARQ_LOCAL ModuleInstances;
 
 /// A data type at run time: how to construct, copy, assign, destroy, parse, store, compare and combine values of one
 /// native type T that are held behind untyped pointers, and which functions they have.
@@ -33,9 +27,11 @@ struct InstanceSlot;
 /// `getSize()` bytes that are aligned for a T and hold none.
 ///
 /// Ownership: the `DatatypeManager` that a type was registered with owns its object, on the manager's allocator.
-/// Threads: registration is over before others use the type; after that, any.
-/// Failures are assertions, after which nothing has happened and the result is null or no id. Exhausted memory is null
-/// where a value is made, and an `OutOfMemoryException` where one is copied or assigned.
+/// Threads: registration is over before others use the type; after that, any. Loading a module that registers, and
+/// unloading it, count as registration.
+/// Failures are assertions, after which nothing has happened and the result is null, false or no id. Exhausted memory
+/// is null where a value is made, and an `OutOfMemoryException` where one is copied or assigned and where a text is
+/// returned. What else the type's own code throws passes on.
 class TARQ_API DatatypeBase : public Memory::MemoryManaged {
 public:
     /// What is known of a type when its object is made.
@@ -60,31 +56,34 @@ public:
     virtual void getDefaultValue(void* target) const = 0;
     virtual void assign(const void* source, void* target) const = 0;
     /// Constructs a copy of the default at `target`, unless that is null.
-    virtual void constructDefault(void* target) const = 0;
-    virtual DatatypeID getDatatypeID() const = 0;
-    virtual String getName() const = 0;
+    virtual void constructDefault(void* target) const;
+    virtual DatatypeID getDatatypeID() const;
+    virtual String getName() const;
     /// In bytes.
-    virtual uint32 getSize() const = 0;
+    virtual uint32 getSize() const;
     /// Ends the life of the value, and leaves its bytes. Null is ignored.
     virtual void destruct(void* value) const = 0;
     /// `destruct`, then gives the bytes back to the object's own allocator. Null is ignored.
-    virtual void destroyValue(void* value) const = 0;
-    /// Makes a value from text; asserts that the type can. Null when it cannot, or without memory.
+    virtual void destroyValue(void* value) const;
+    /// Makes a value from text; asserts that the type can. Null when it cannot, for a text that is no value, and
+    /// without memory. The value goes with `deleteValue` and the same allocator.
     virtual void* parseValue(const String& text, const Memory::AllocatorPtr& allocator) const = 0;
     /// Values are made on `allocator`, or on the object's own; null without memory.
-    virtual void* createValueCopy(const void* source, const Memory::AllocatorPtr& allocator) const = 0;
-    virtual void* createValue(const Memory::AllocatorPtr& allocator) const = 0;
-    virtual void* createValueCopy(const void* source) const = 0;
-    virtual void* createValue() const = 0;
+    virtual void* createValueCopy(const void* source, const Memory::AllocatorPtr& allocator) const;
+    virtual void* createValue(const Memory::AllocatorPtr& allocator) const;
+    virtual void* createValueCopy(const void* source) const;
+    virtual void* createValue() const;
     /// `destruct`, then gives the bytes back to the allocator they came from. Null is ignored.
-    virtual void deleteValue(void* value, const Memory::AllocatorPtr& allocator) const = 0;
-    virtual void deleteValue(void* value) const = 0;
+    virtual void deleteValue(void* value, const Memory::AllocatorPtr& allocator) const;
+    virtual void deleteValue(void* value) const;
 
-    /// The member function of that name that takes arguments of these types (no return type among them).
+    /// The member function of that name that takes arguments of these types (no return type among them); `FunctionID()`
+    /// when there is none. Its id says nothing to another type.
     virtual Function::FunctionID getFunctionID(const String& name,
                                                const Container::Vector<DatatypeID>& signature) const = 0;
-    /// Returns whether there is a member function of that id.
+    /// Asserts that there is a member function of that id; returns false, and leaves `signature` alone, otherwise.
     virtual bool getArgumentSignature(Container::Vector<DatatypeID>& signature, Function::FunctionID id) const = 0;
+    /// Asserts the same; `INVALID_DATATYPE_ID` otherwise.
     virtual DatatypeID getReturnValueType(Function::FunctionID id) const = 0;
 
     virtual bool hasAddition() const = 0;
@@ -99,7 +98,7 @@ public:
     virtual bool hasSmallerEqual() const = 0;
 
     /// These are for types that are not basic, and for operators that the type has: anything else is an assertion.
-    /// Arithmetic assigns to the T at `result`.
+    /// Arithmetic assigns to the T that stands at `result`, which may be one of the operands.
     virtual void callAddition(void* result, const void* left, const void* right) const = 0;
     virtual void callSubstraction(void* result, const void* left, const void* right) const = 0;
     virtual void callMultiplication(void* result, const void* left, const void* right) const = 0;
@@ -123,40 +122,41 @@ public:
     virtual void writeValue(const void* value, Serialize::SerializeStorage* storage) const = 0;
     virtual void readValue(void* value, Serialize::SerializeStorage* storage) const = 0;
 
-    /// In bytes; at most 8.
+    /// In bytes; at most that of a pointer.
     uint32 getAlignment() const noexcept { return mAlignment; }
 
-    /// Points a module's instance pointer at this object. The newest parse function that a module has brought along,
-    /// unless null, is the one in use. Throws `OutOfMemoryException`.
-    void addInstance(InstanceSlot& slot, AnyFunction parseFunction);
-    /// The module goes, and its parse function with it.
-    void removeInstance(InstanceSlot& slot) noexcept;
-    /// Whether this is the object of the native type that compilers name so, made with the operators of a class or not.
-    bool isOf(const char* typeName, bool isBasic) const noexcept;
-
 protected:
+    /// Calls a parse function by its own type.
+    using ParseCall = void*(AnyFunction parseFunction, const String& text, const Memory::AllocatorPtr& allocator);
+
     explicit DatatypeBase(const Description& description);
 
-    const String& name() const noexcept { return mName; }
     DatatypeID id() const noexcept { return mID; }
-    uint32 size() const noexcept { return mSize; }
-    /// Null when there is none.
-    AnyFunction currentParseFunction() const noexcept { return mParseFunction; }
-
-    void* createCopy(const void* source, const Memory::AllocatorPtr& allocator) const;
-    void release(void* value, const Memory::AllocatorPtr& allocator) const;
-    bool reportNoParseFunction() const;
-    bool reportNoSerializer() const;
+    /// What `parseValue` promises.
+    void* parse(const String& text, const Memory::AllocatorPtr& allocator, ParseCall* call) const;
+    void reportNoSerializer() const;
     static void reportBasicOnly(const char* operation);
     static bool reportNoFunctions();
     void reportNoOperator(const char* operation) const;
 
 private:
+    friend class DatatypeManager;
+    friend class ModuleInstances;
+
     struct Instance {
         InstanceSlot* slot;
         AnyFunction parseFunction;
     };
+
+    /// Points a module's instance pointer, which is null, at this object. The newest parse function that a module has
+    /// brought along, unless null, is the one in use. Throws `OutOfMemoryException`.
+    void addInstance(InstanceSlot& slot, AnyFunction parseFunction);
+    /// The module goes, and its parse function with it.
+    void removeInstance(InstanceSlot& slot) noexcept;
     void chooseParseFunction() noexcept;
+    /// Whether this is the object of the type described, whatever that is called; one with the operators of a class is
+    /// one without as well.
+    bool isOf(const Description& description) const noexcept;
 
     Container::Vector<Instance> mInstanceSlots;
     String mName;

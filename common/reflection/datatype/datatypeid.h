@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/export.h"
 #include "common/types.h"
 #include "common/utility/idwrapper.h"
 
@@ -10,9 +11,11 @@ class DatatypeManager;
 /// Names a type of a `DatatypeManager`: its place in the order of registration. Ids of two managers never meet.
 using DatatypeID = IDWrapper<uint32, DatatypeManager, 0>;
 
-/// The type "void", which has no object.
-inline constexpr DatatypeID VOID_DATATYPE_ID{0xFFFFFFFE}; // NOLINT(readability-identifier-naming): a contract
+/// The type "void", which has no object. Hidden, like the next, so that it does not keep a module loaded.
+// NOLINTBEGIN(readability-identifier-naming): a contract
+TARQ_LOCAL inline constexpr DatatypeID VOID_DATATYPE_ID{0xFFFFFFFE};
 /// No type.
-inline constexpr DatatypeID INVALID_DATATYPE_ID{}; // NOLINT(readability-identifier-naming): a contract
+TARQ_LOCAL inline constexpr DatatypeID INVALID_DATATYPE_ID{};
+// NOLINTEND(readability-identifier-naming)
 
 } // namespace Tarq::Common::Reflection::Datatype

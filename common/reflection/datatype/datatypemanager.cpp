@@ -32,11 +32,9 @@ bool DatatypeManager::checkExistance(String::Text name, String::Text typeName) c
                     " already registered with the name: ", getDatatypeName(typeIDIter->second));
         return false;
     }
-    if (typeIDIter == mTypeIDNameMapping.end()) {
-        TARQ_ASSERT(typeIDIter != mTypeIDNameMapping.end(), "datatype: ", typeName,
-                    " cannot have the name of another type: ", name);
+    if (!TARQ_ASSERT(typeIDIter != mTypeIDNameMapping.end(), "datatype: ", typeName,
+                     " cannot have the name of another type: ", name))
         return true;
-    }
     TARQ_ASSERT(nameIter->second == typeIDIter->second, "datatype: ", typeName,
                 " already registered with the name: ", getDatatypeName(typeIDIter->second), " instead of: ", name);
     return true;
@@ -70,31 +68,35 @@ void DatatypeManager::finishInitialization() const {
     TARQ_ASSERT(missing.empty(), "the following datatypes are not registered and will cause errors:/n", missing);
 }
 
-bool DatatypeManager::bindInstance(InstanceSlot& slot, String::Text name, const char* typeName) {
-    DatatypeBase* const datatype = getDatatype(getDatatypeID(name));
-    if (!TARQ_ASSERT(datatype && datatype->isOf(typeName, true), "datatype: ", typeName,
-                     " is not registered with the name: ", name))
-        return false;
-    datatype->addInstance(slot, nullptr);
-    return true;
+void DatatypeManager::bindInstance(InstanceSlot& slot, const DatatypeBase::Description& description) {
+    DatatypeBase* const datatype = getDatatype(getDatatypeID(description.name));
+    if (TARQ_ASSERT(datatype && datatype->isOf(description), "datatype: ", description.typeName,
+                    " is not registered with the name: ", description.name))
+        datatype->addInstance(slot, nullptr);
 }
 
 DatatypeBase* DatatypeManager::registerObject(Registration& registration) {
     const DatatypeBase::Description& description = registration.description;
-    DatatypeBase* existing = registration.slot.datatype;
-    if (existing) {
-        TARQ_FAIL("try to register DataType \"", description.name, "\" but exists already with name \"",
-                  existing->getName(), "\" !");
-    } else if (!checkExistance(description.name, description.typeName)) {
-        return addObject(registration);
-    } else {
-        existing = getDatatype(getDatatypeID(description.name));
+    const auto ifOfKind = [&description](DatatypeBase* datatype) -> DatatypeBase* {
+        // That the name belongs to another native type has been reported.
+        if (!datatype || datatype->mTypeName != description.typeName)
+            return nullptr;
+        return TARQ_ASSERT(datatype->isOf(description), "datatype: ", description.typeName,
+                           " is registered as another kind of type: ", datatype->mName)
+                   ? datatype
+                   : nullptr;
+    };
+    if (DatatypeBase* const known = registration.slot.datatype) {
+        TARQ_FAIL("try to register DataType \"", description.name, "\" but exists already with name \"", known->mName,
+                  "\" !");
+        return ifOfKind(known);
     }
-    if (!existing || !existing->isOf(description.typeName, description.isBasic))
-        return nullptr;
-    if (!registration.slot.datatype)
-        existing->addInstance(registration.slot, registration.parseFunction);
-    return existing;
+    if (!checkExistance(description.name, description.typeName))
+        return addObject(registration);
+    DatatypeBase* const other = ifOfKind(getDatatype(getDatatypeID(description.name)));
+    if (other)
+        other->addInstance(registration.slot, registration.parseFunction);
+    return other;
 }
 
 DatatypeBase* DatatypeManager::addObject(Registration& registration) {

@@ -18,6 +18,10 @@ class TARQ_LOCAL Datatype;
 template <class T>
 class TARQ_LOCAL NFDatatype;
 
+using DatatypeManagerPtr = SharedPtr<DatatypeManager, SimpleReferenceCount, StandartObjectPolicy>;
+
+TARQ_LOCAL bool registerDebuggerDatatypes(const DatatypeManagerPtr& manager);
+
 /// The types that formulas, functions, variables and messages of a process speak in: finds them by name and by id.
 ///
 ///     const DatatypeManagerPtr manager(new (allocator) DatatypeManager);
@@ -30,7 +34,9 @@ class TARQ_LOCAL NFDatatype;
 /// Ownership: owns the type objects. The code of a type belongs to the module that registered it first: that module
 /// stays loaded as long as the manager lives. A module that registers types which others have made already may go.
 /// Threads: registration belongs to one thread, while nobody uses the manager; after that it is only read, by any.
-/// Failures are assertions; registration alone throws, `OutOfMemoryException`, and then nothing is registered.
+/// Loading a module that registers, and unloading it, count as registration.
+/// Failures are assertions. Registration throws `OutOfMemoryException`, and then nothing is registered; so does what
+/// makes a text, for its caller or for a report.
 class TARQ_API DatatypeManager : public Memory::MemoryManaged {
 public:
     DatatypeManager();
@@ -40,9 +46,11 @@ public:
     ///
     /// `T` is named by the caller; the types of whole numbers that differ only in spelling are one type. What another
     /// module has registered under this name becomes known to this module; a parse function, unless null, takes the
-    /// place of the one in use.
+    /// place of the one in use. Modules know a T of another by the compiler's name, so it is no class of a function or
+    /// of an unnamed namespace.
     /// Asserts that this module has not registered T yet, returns the object there is otherwise; and that T and the
-    /// name belong together, returns null otherwise.
+    /// name belong together, returns null otherwise. An object that was registered as another kind of type, fundamental
+    /// or class, or with another size or alignment, is asserted as well, and null.
     template <class T>
     TARQ_LOCAL Datatype<NativeType<T>>* registerDatatype(const String& name,
                                                          const std::type_identity_t<T>& defaultValue,
@@ -69,16 +77,14 @@ public:
     void finishInitialization() const;
     const Memory::AllocatorPtr& getMemoryAllocator() const noexcept { return getAllocator(); }
 
-    /// Points a module's instance pointer at the object registered under this name. Asserts that it is there and of
-    /// this native type; returns false otherwise.
-    bool bindInstance(InstanceSlot& slot, String::Text name, const char* typeName);
-
 protected:
     Container::StringLookUp<DatatypeID> mNameMapping;
     Container::StringLookUp<DatatypeID> mTypeIDNameMapping; ///< by the compiler's name of the native type
     Container::Vector<DatatypeBase*> mDatatypes;
 
 private:
+    friend bool registerDebuggerDatatypes(const DatatypeManagerPtr& manager);
+
     struct Registration {
         DatatypeBase::Description description;
         InstanceSlot& slot;
@@ -93,8 +99,9 @@ private:
     /// The object, or null when it is not of the registration's class.
     DatatypeBase* registerObject(Registration& registration);
     DatatypeBase* addObject(Registration& registration);
+    /// Points a module's instance pointer, which is null, at the object that is registered under the name described.
+    /// Asserts that it is there and of the type described; nothing happens otherwise.
+    void bindInstance(InstanceSlot& slot, const DatatypeBase::Description& description);
 };
-
-using DatatypeManagerPtr = SharedPtr<DatatypeManager, SimpleReferenceCount, StandartObjectPolicy>;
 
 } // namespace Tarq::Common::Reflection::Datatype

@@ -32,10 +32,17 @@ struct OperatorTable {
     ComparisonOperator<T> smallerEqual = nullptr;
 };
 
+/// Whether T has the operator. Arithmetic returns a T: the operator of a type that T converts to does not count, even
+/// where its result converts back. A comparison through a conversion does, since nothing tells it from T's own.
+template <class Operate, class Result, class T>
+concept HasOperator = std::is_invocable_r_v<Result, Operate, const T&, const T&> &&
+    (std::same_as<Result, bool> ||
+     std::same_as<std::remove_cvref_t<std::invoke_result_t<Operate, const T&, const T&>>, T>);
+
 /// The operator of T that `Operate` stands for, `std::plus<>` for example; null where T does not have it.
 template <class Operate, class Result, class T>
 constexpr auto findOperator() noexcept -> Result (*)(const T& left, const T& right) {
-    if constexpr (std::is_invocable_r_v<Result, Operate, const T&, const T&>)
+    if constexpr (HasOperator<Operate, Result, T>)
         return [](const T& left, const T& right) -> Result { return Operate()(left, right); };
     else
         return nullptr;
@@ -49,7 +56,8 @@ constexpr OperatorTable<T> makeEqualityOperators() noexcept {
     return operators;
 }
 
-/// Which operators of a class type data can ask for: all that T has. Specialise it for a type to offer fewer.
+/// Which operators of a class type data can ask for: all that T has. Specialise it for a type to offer fewer; `make`
+/// stays constexpr.
 template <class T>
 struct DatatypeOperators {
     static constexpr OperatorTable<T> make() noexcept {
@@ -83,9 +91,9 @@ struct VectorOperators {
 private:
     template <class Operate>
     static Vec componentwise(const Vec& a, const Vec& b, Operate operate) noexcept {
-        using Component = std::remove_cvref_t<decltype(a[0])>;
+        using Component = typename Vec::Component;
         Vec result;
-        for (uint32 index = 0; index < sizeof(Vec) / sizeof(Component); ++index) {
+        for (uint32 index = 0; index < Vec::cComponents; ++index) {
             if constexpr (std::is_integral_v<Component>) {
                 using Unsigned = std::make_unsigned_t<Component>;
                 result[index] =

@@ -7,32 +7,35 @@ namespace Tarq::Common::Reflection::Datatype {
 
 namespace {
 
+/// Whether the manager of the types that the library knows has all of them, and all of their functions.
+constinit bool gIsComplete = false;
+
 template <class T>
-Datatype<T>* registerBuiltin(DatatypeManager& manager, const String& name, const T& defaultValue) {
+void registerBuiltin(DatatypeManager& manager, const String& name, const T& defaultValue) {
     constexpr ParseFunction<T> cParseFunction = BuiltinTraits<T>::cParseFunction;
     if constexpr (isFundamentalDatatype<T>)
-        return manager.registerDatatype<T>(name, defaultValue, cParseFunction);
+        manager.registerDatatype<T>(name, defaultValue, cParseFunction);
     else
-        return manager.registerNFDatatype<T>(name, defaultValue, cParseFunction);
+        manager.registerNFDatatype<T>(name, defaultValue, cParseFunction);
 }
 
 } // namespace
 
 bool registerMissingDatatypes(DatatypeManager& manager) {
-    const TypedDatatype<bool>* const known = TypedDatatype<bool>::getInstance();
-    if (known)
-        return TARQ_ASSERT(manager.getDatatype(known->getDatatypeID()) == known,
-                           "the built-in datatypes are registered with another manager");
+    if (!checkKnownDatatypes(manager))
+        return false;
+    if (TypedDatatype<bool>::exists() && gIsComplete)
+        return true;
+    gIsComplete = false;
     forEachBuiltinDatatype([&manager]<class Type>(const Type& type) {
         using T = typename Type::Native;
-        if (TypedDatatype<T>::exists())
-            return;
-        const String name = type.getName();
-        const bool isNew = manager.getDatatypeID(name) == INVALID_DATATYPE_ID;
-        Datatype<T>* const datatype = registerBuiltin<T>(manager, name, type.makeDefault(manager.getMemoryAllocator()));
-        if (isNew && datatype)
+        if (!TypedDatatype<T>::exists())
+            registerBuiltin<T>(manager, type.getName(), type.makeDefault(manager.getMemoryAllocator()));
+        // A type that is there may lack functions: a host may have made it, or memory ran out behind it.
+        if (auto* const datatype = static_cast<Datatype<T>*>(TypedDatatype<T>::getInstance()))
             BuiltinTraits<T>::registerFunctions(datatype->getFunctions());
     });
+    gIsComplete = true;
     return true;
 }
 

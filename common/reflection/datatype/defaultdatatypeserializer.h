@@ -25,8 +25,8 @@ namespace Tarq::Common::Reflection::Datatype {
 ///         static void writeValue(Serialize::SerializeStorage* storage, const Colour& value);
 ///     };
 ///
-/// An item that has another name than the one expected is an assertion; its value is taken all the same. What the
-/// storage throws passes on.
+/// The storage is never null. The serializers below assert that an item has the expected name; its value is taken all
+/// the same. What the storage throws passes on, and so does exhausted memory; the value to be read is then what it was.
 template <class T>
 class DatatypeSerializer;
 
@@ -47,9 +47,10 @@ namespace Items {
 using Storage = Serialize::SerializeStorage;
 
 TARQ_LOCAL inline constexpr SerializedItem cValue{"value", "!strcmp(_name,\"value\")", "GenericValue"};
-TARQ_LOCAL inline constexpr SerializedItem cX{"x", "!strcmp(_name,\"x\")", "Vec2fValue"};
-TARQ_LOCAL inline constexpr SerializedItem cY{"y", "!strcmp(_name,\"y\")", "Vec2fValue"};
-TARQ_LOCAL inline constexpr SerializedItem cZ{"z", "!strcmp(_name,\"z\")", "Vec2fValue"};
+/// Tools see one object for vectors of all kinds; do not correct it.
+TARQ_LOCAL inline constexpr SerializedItem cComponents[] = {{"x", "!strcmp(_name,\"x\")", "Vec2fValue"},
+                                                            {"y", "!strcmp(_name,\"y\")", "Vec2fValue"},
+                                                            {"z", "!strcmp(_name,\"z\")", "Vec2fValue"}};
 TARQ_LOCAL inline constexpr SerializedItem cCount{"count", "!strcmp(_name,\"count\")", "Vector"};
 
 /// The operations of the storage for one of its own types.
@@ -121,51 +122,57 @@ public:
     }
 };
 
-/// "x", "y".
-template <class C>
-class DatatypeSerializer<Math::Vec2<C>> {
+/// "x", "y" and, where there is one, "z".
+template <class Vec>
+class VectorSerializer {
 public:
-    static void readValue(Serialize::SerializeStorage* storage, Math::Vec2<C>& value) {
-        Items::cAccess<C>.read(storage, Items::cX, value.mX);
-        Items::cAccess<C>.read(storage, Items::cY, value.mY);
+    static void readValue(Serialize::SerializeStorage* storage, Vec& value) {
+        Vec read;
+        for (uint32 index = 0; index < Vec::cComponents; ++index)
+            Items::cAccess<typename Vec::Component>.read(storage, Items::cComponents[index], read[index]);
+        value = read;
     }
-    static void writeValue(Serialize::SerializeStorage* storage, const Math::Vec2<C>& value) {
-        Items::cAccess<C>.write(storage, Items::cX, value.mX);
-        Items::cAccess<C>.write(storage, Items::cY, value.mY);
+    static void writeValue(Serialize::SerializeStorage* storage, const Vec& value) {
+        for (uint32 index = 0; index < Vec::cComponents; ++index)
+            Items::cAccess<typename Vec::Component>.write(storage, Items::cComponents[index], value[index]);
     }
 };
+template <SerializedAsOneItem C>
+class DatatypeSerializer<Math::Vec2<C>> : public VectorSerializer<Math::Vec2<C>> {};
+template <SerializedAsOneItem C>
+class DatatypeSerializer<Math::Vec3<C>> : public VectorSerializer<Math::Vec3<C>> {};
 
-/// "x", "y", "z".
-template <class C>
-class DatatypeSerializer<Math::Vec3<C>> {
-public:
-    static void readValue(Serialize::SerializeStorage* storage, Math::Vec3<C>& value) {
-        Items::cAccess<C>.read(storage, Items::cX, value.mX);
-        Items::cAccess<C>.read(storage, Items::cY, value.mY);
-        Items::cAccess<C>.read(storage, Items::cZ, value.mZ);
-    }
-    static void writeValue(Serialize::SerializeStorage* storage, const Math::Vec3<C>& value) {
-        Items::cAccess<C>.write(storage, Items::cX, value.mX);
-        Items::cAccess<C>.write(storage, Items::cY, value.mY);
-        Items::cAccess<C>.write(storage, Items::cZ, value.mZ);
-    }
+/// Types that can be stored.
+template <class T>
+concept HasDatatypeSerializer = requires {
+    sizeof(DatatypeSerializer<T>);
 };
-
-/// "count", an uint32, and then each element's items. The elements read take the place of those there are, once all are
-/// read; the count alone takes no memory.
+/// Those of which reading a container can make elements.
 template <class E>
+concept SerializedElement = HasDatatypeSerializer<E> &&
+    (std::is_constructible_v<E, const Memory::AllocatorPtr&> || std::is_default_constructible_v<E>);
+
+/// "count", an uint32, and then each element's items. The elements read are appended to those that the container has;
+/// when one of them fails, all that were appended go again. The count alone takes no memory.
+template <SerializedElement E>
 class DatatypeSerializer<Container::Vector<E>> {
 public:
+    /// Throws `std::length_error` when the container would become too long.
     static void readValue(Serialize::SerializeStorage* storage, Container::Vector<E>& value) {
         uint32 count = 0;
         Items::cAccess<uint32>.read(storage, Items::cCount, count);
-        Container::Vector<E> elements(value.getAllocator());
-        for (; count != 0; --count) {
-            E element = makeElement(value.getAllocator());
-            DatatypeSerializer<E>::readValue(storage, element);
-            elements.push_back(std::move(element));
+        const uint32 oldSize = value.size();
+        try {
+            for (; count != 0; --count) {
+                E element = makeElement(value.getAllocator());
+                DatatypeSerializer<E>::readValue(storage, element);
+                value.push_back(std::move(element));
+            }
+        } catch (...) {
+            while (value.size() != oldSize)
+                value.pop_back();
+            throw;
         }
-        value = std::move(elements);
     }
     static void writeValue(Serialize::SerializeStorage* storage, const Container::Vector<E>& value) {
         Items::cAccess<uint32>.write(storage, Items::cCount, value.size());

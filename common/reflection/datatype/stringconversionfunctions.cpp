@@ -4,6 +4,7 @@
 #include "common/memory/allocate.h"
 #include "common/memory/memoryexception.h"
 #include "common/reflection/datatype/internal/numberscanner.h"
+#include "common/reflection/datatype/internal/plainnumber.h"
 
 #include <algorithm>
 #include <concepts>
@@ -78,19 +79,25 @@ Vec toVector(View text) noexcept {
     return best;
 }
 
+// For numbers that are not plain. Not inline: the scanner keeps in memory what plain numbers have in registers.
+
+[[gnu::noinline]] int64 readNumber(View text, int64 number) noexcept {
+    NumberScanner(text).readSigned(number, NumberScanner::NOTATION_DECIMAL);
+    return number;
+}
+
+[[gnu::noinline]] double readNumber(View text, double number) noexcept {
+    NumberScanner(text).readFloating(number);
+    return number;
+}
+
 /// A float that a double is too large for becomes infinite.
 template <class T>
 T toNumber(View text) noexcept {
-    NumberScanner scanner(text);
-    if constexpr (std::floating_point<T>) {
-        double number = 0;
-        scanner.readFloating(number);
-        return static_cast<T>(number);
-    } else {
-        int64 number = 0;
-        scanner.readSigned(number, NumberScanner::NOTATION_DECIMAL);
-        return static_cast<T>(number);
-    }
+    std::conditional_t<std::floating_point<T>, double, int64> number = 0;
+    if (!convertPlain(text, number)) [[unlikely]]
+        number = readNumber(text, number);
+    return static_cast<T>(number);
 }
 
 bool isTrue(View text) noexcept {

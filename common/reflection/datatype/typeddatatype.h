@@ -11,7 +11,9 @@
 
 namespace Tarq::Common::Reflection::Datatype {
 
-/// What makes a value from text: on `allocator`, null when that has no memory.
+/// What makes a value from text: in bytes of `Memory::allocateBytes(allocator, sizeof(T))`, which go with `deleteValue`
+/// and the same allocator. Null for a text that is no value. Without memory it returns null or throws
+/// `OutOfMemoryException`.
 template <class T>
 using ParseFunction = T* (*)(const String& text, const Memory::AllocatorPtr& allocator);
 
@@ -84,6 +86,9 @@ class TARQ_LOCAL TypedDatatype : public DatatypeBase {
 public:
     using Native = T;
 
+    /// What `getDatatypeID` returns, without a virtual call.
+    using DatatypeBase::id;
+
     /// The object registered for T in this module; null while there is none.
     static TypedDatatype<NativeType<T>>* getInstance() noexcept {
         return static_cast<TypedDatatype<NativeType<T>>*>(DatatypeInstance<NativeType<T>>::sSlot.datatype);
@@ -97,6 +102,10 @@ public:
     }
     /// The compiler's name of T, the same in every module.
     static const char* getTypeName() noexcept { return typeid(NativeType<T>).name(); }
+    /// For registration under `name`, which the description refers to.
+    static DatatypeBase::Description describe(const String& name, bool isBasic) noexcept {
+        return {name, getTypeName(), sizeof(NativeType<T>), alignof(NativeType<T>), isBasic, INVALID_DATATYPE_ID};
+    }
 
     bool hasAddition() const override { return true; }
     bool hasSubstraction() const override { return true; }
@@ -141,12 +150,12 @@ TARQ_LOCAL DatatypeID GET_DATATYPE_ID() { // NOLINT(readability-identifier-namin
     if constexpr (std::is_void_v<T>) {
         return VOID_DATATYPE_ID;
     } else {
-        const DatatypeBase* const datatype = DatatypeInstance<NativeType<T>>::sSlot.datatype;
-        if (!datatype) {
+        const auto* const datatype = TypedDatatype<T>::getInstance();
+        if (!datatype) [[unlikely]] {
             reportUnregisteredDatatype(TypedDatatype<T>::getTypeName());
             return INVALID_DATATYPE_ID;
         }
-        return datatype->getDatatypeID();
+        return datatype->id();
     }
 }
 

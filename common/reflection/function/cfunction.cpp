@@ -3,15 +3,10 @@
 #include "common/reflection/function/functionargumentlist.h"
 #include "common/reflection/function/internal/signature.h"
 
-#include <algorithm>
-
 namespace Tarq::Common::Reflection::Function {
 
 bool CFunction::accepts(const FunctionArgumentList& arguments) const {
-    if (arguments.size() != numArguments)
-        return false;
-    return std::equal(argumentTypes, argumentTypes + numArguments, arguments.getSignature()) ||
-           isMatching({argumentTypes, numArguments}, {arguments.getSignature(), numArguments});
+    return isMatching(argumentTypes, arguments.getSignature());
 }
 
 } // namespace Tarq::Common::Reflection::Function

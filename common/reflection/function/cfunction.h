@@ -26,8 +26,7 @@ struct TARQ_API CFunction {
     uint32 functionPointerSize; ///< in bytes
     uint32 objectSize;          ///< in bytes; 0 if there is none
     FunctionID functionID;
-    uint32 numArguments;
-    const Datatype::DatatypeID* argumentTypes;
+    Signature argumentTypes; ///< without the result; the registrar's, like the bytes
 
     Datatype::DatatypeID getReturnValueType() const { return declarations->getReturnValueType(functionID); }
     /// Whether the list has the number of arguments that the function takes, and values of matching types.

@@ -1,6 +1,8 @@
 #include "common/reflection/function/functionargumentlist.h"
 
+#include "common/debug/assert.h"
 #include "common/memory/allocate.h"
+#include "common/reflection/function/internal/roundedup.h"
 #include "common/reflection/reflectioninterface.h"
 
 #include <algorithm>
@@ -26,13 +28,6 @@ bool isSuitable(const void* place, const DatatypeBase& datatype) {
 
 constexpr uint32 cUnusedByte = 0xFF;
 
-/// Allocators align what is a multiple of this; no type asks for more.
-constexpr uint32 cLargestAlignment = 8;
-
-constexpr uint32 roundedUp(uint32 size) {
-    return (size + cLargestAlignment - 1) / cLargestAlignment * cLargestAlignment;
-}
-
 /// What all values together may take: far from where the arithmetic on their offsets would wrap.
 constexpr uint64 cMostBytes = 0x40000000;
 
@@ -42,7 +37,7 @@ FunctionArgumentList::FunctionArgumentList(const Types& signature, const Memory:
     : mAllocator(allocator) {
     if (!TARQ_ASSERT(signature.size() <= cMaximumArguments, "a function has at most ten arguments, but there are ",
                      signature.size()) ||
-        !layOut(signature.data(), signature.size()))
+        !layOut(signature))
         return;
     takeOverflow();
     try {
@@ -84,25 +79,34 @@ bool FunctionArgumentList::setValue(const void* value, uint32 index) {
     const DatatypeBase* const datatype = findDatatype(mSignature[index]);
     if (!TARQ_ASSERT(datatype, "the datatype of an argument is gone"))
         return false;
-    if (!isSuitable(value, *datatype)) {
-        // It stands in another list.
+    if (value == getPlace(index))
+        return true;
+    const auto assign = [&](const void* source) {
+        workOn(index, *datatype, [&](void* place) { datatype->assign(source, place); });
+    };
+    if (isSuitable(value, *datatype)) {
+        assign(value);
+    } else {
+        // It stands in a list.
         const Memory::ScopedBytes copy(mAllocator, roundedUp(datatype->getSize()));
-        return setValue(std::memcpy(copy.get(), value, datatype->getSize()), index);
+        assign(std::memcpy(copy.get(), value, datatype->getSize()));
     }
-    workOn(index, *datatype, [&](void* place) { datatype->assign(value, place); });
     return true;
 }
 
-bool FunctionArgumentList::layOut(const DatatypeID* types, uint32 count) {
+bool FunctionArgumentList::reportOutOfRange() {
+    return TARQ_ASSERT_AS("index < mSize", false, "index out of range");
+}
+
+bool FunctionArgumentList::layOut(Signature types) {
     uint64 offset = 0;
     mLargestValue = 0;
-    for (uint32 index = 0; index < count; ++index) {
+    for (uint32 index = 0; index < types.size(); ++index) {
         const DatatypeBase* const datatype = findDatatype(types[index]);
         if (!TARQ_ASSERT(datatype, "there are no values of the datatype of argument ", index))
             return false;
         const uint32 size = datatype->getSize();
-        if (offset < cInlineBytes && offset + size > cInlineBytes)
-            offset = cInlineBytes;
+        offset = offsetBehind(offset, size);
         mSignature[index] = types[index];
         mOffsets[index] = static_cast<uint32>(offset);
         mLargestValue = std::max(mLargestValue, size);
@@ -118,13 +122,13 @@ void FunctionArgumentList::takeOverflow() {
     std::memset(mInline, cUnusedByte, sizeof(mInline));
     if (mOverflowBytes == 0)
         return;
-    const uint32 bytes = roundedUp(mOverflowBytes) + roundedUp(mLargestValue);
+    const std::size_t bytes = roundedUp(mOverflowBytes) + roundedUp(mLargestValue);
     mOverflow = static_cast<uint8*>(Memory::allocateBytes(mAllocator, bytes));
     std::memset(mOverflow, cUnusedByte, bytes);
 }
 
 void FunctionArgumentList::copyFrom(const FunctionArgumentList& other) {
-    if (!layOut(other.mSignature, other.mSize))
+    if (!layOut(other.getSignature()))
         return;
     takeOverflow();
     try {

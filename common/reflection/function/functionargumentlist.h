@@ -1,10 +1,12 @@
 #pragma once
 
 #include "common/container/vector.h"
-#include "common/debug/assert.h"
 #include "common/export.h"
-#include "common/reflection/datatype/datatypeid.h"
 #include "common/reflection/function/functionid.h"
+#include "common/reflection/function/signature.h"
+
+#include <array>
+#include <cstddef>
 
 namespace Tarq::Common::Reflection::Datatype {
 class DatatypeBase;
@@ -31,7 +33,8 @@ public:
 
     /// Every argument has the default value of its type.
     ///
-    /// Asserts that there are at most ten, and that every type has values; the list has no arguments otherwise.
+    /// Asserts that there are at most ten, and that every type has values; the list has no arguments otherwise. Throws
+    /// `OutOfMemoryException`, and what copying a value throws, as do the copies below.
     FunctionArgumentList(const Types& signature, const Memory::AllocatorPtr& allocator);
     /// The same values, on the same allocator.
     FunctionArgumentList(const FunctionArgumentList& other);
@@ -40,7 +43,7 @@ public:
     ~FunctionArgumentList();
 
     uint32 size() const noexcept { return mSize; }
-    const Datatype::DatatypeID* getSignature() const noexcept { return mSignature; }
+    Signature getSignature() const noexcept { return {mSignature, mSize}; }
     /// Asserts that there is such an argument; `INVALID_DATATYPE_ID` otherwise.
     Datatype::DatatypeID getDatatypeID(uint32 index) const {
         return isInRange(index) ? mSignature[index] : Datatype::INVALID_DATATYPE_ID;
@@ -48,28 +51,56 @@ public:
     /// Where the value stands; perhaps not a multiple of what its type asks for. Asserts that there is such an
     /// argument; null otherwise.
     void* getValuePtr(uint32 index) const { return isInRange(index) ? getPlace(index) : nullptr; }
+    /// The same by the value's offset, which is the list's own.
+    void* getPlaceAt(uint32 offset) const noexcept {
+        if (offset < cInlineBytes) [[likely]]
+            return mInline + offset;
+        return mOverflow + (offset - cInlineBytes);
+    }
 
-    /// Asserts that the argument has the type; returns false, and changes nothing, otherwise.
+    /// Where a value of `size` bytes begins behind those that end at `end`.
+    static constexpr uint64 offsetBehind(uint64 end, uint32 size) noexcept {
+        return end < cInlineBytes && end + size > cInlineBytes ? cInlineBytes : end;
+    }
+    /// The offsets in every list of types with these sizes.
+    template <std::size_t Count>
+    static constexpr std::array<uint32, Count> offsetsOf(const std::array<uint32, Count>& sizes) noexcept {
+        std::array<uint32, Count> offsets{};
+        uint64 end = 0;
+        for (std::size_t index = 0; index < Count; ++index) {
+            offsets[index] = static_cast<uint32>(offsetBehind(end, sizes[index]));
+            end = uint64{offsets[index]} + sizes[index];
+        }
+        return offsets;
+    }
+
+    /// Asserts that the argument has exactly this type: "Integer32" and "UnsignedInteger32" are different here. Returns
+    /// false, and changes nothing, otherwise.
     bool setValue(const void* value, Datatype::DatatypeID datatypeID, uint32 index);
     /// The same for a value whose type is known; `common/reflection/function/functionbinding.h` has the body.
     template <class T>
-    [[gnu::visibility("hidden")]] bool set(uint32 index, const T& value);
-    /// Takes `value` for one of the argument's type; it may be a place in another list. Asserts that there is such an
-    /// argument, and a value; returns false, and changes nothing, otherwise.
+    TARQ_LOCAL bool set(uint32 index, const T& value);
+    /// Takes `value` for one of the argument's type; it may be a place in this or another list. Asserts that there is
+    /// such an argument, and a value; returns false, and changes nothing, otherwise.
+    ///
+    /// Throws what assigning the value throws, and `OutOfMemoryException` where the place of `value` does not suit it.
     bool setValue(const void* value, uint32 index);
 
 private:
+    /// `set` where there is something to report. Takes a copy, so that the value itself need not have an address.
+    template <class T>
+    [[gnu::cold, gnu::noinline]] TARQ_LOCAL bool setUnusual(uint32 index, T value);
+
     /// Types and places for all of them, or for none.
-    bool layOut(const Datatype::DatatypeID* types, uint32 count);
+    bool layOut(Signature types);
     void takeOverflow();
     void copyFrom(const FunctionArgumentList& other);
     void release() noexcept;
 
-    bool isInRange(uint32 index) const { return TARQ_ASSERT(index < mSize, "index out of range"); }
-    void* getPlace(uint32 index) const noexcept {
-        const uint32 offset = mOffsets[index];
-        return offset < cInlineBytes ? mInline + offset : mOverflow + (offset - cInlineBytes);
-    }
+    void* getPlace(uint32 index) const noexcept { return getPlaceAt(mOffsets[index]); }
+    bool isInRange(uint32 index) const { return index < mSize || reportOutOfRange(); }
+    /// False.
+    static bool reportOutOfRange();
     /// Lets `work` work on the argument's value in a place that suits its type.
     template <class Work>
     void workOn(uint32 index, const Datatype::DatatypeBase& datatype, Work work) const;

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "common/debug/assert.h"
 #include "common/reflection/datatype/builtindatatypes.h"
 #include "common/reflection/datatype/typeddatatype.h"
 #include "common/reflection/function/functionargumentlist.h"
 #include "common/reflection/function/functionregistrar.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <tuple>
@@ -41,7 +43,7 @@ concept FunctionResult = std::is_void_v<R> || HasDatatype<std::remove_cvref_t<R>
 
 /// An argument's value, in a place that suits its type.
 template <class T>
-class [[gnu::visibility("hidden")]] ArgumentValue {
+class TARQ_LOCAL ArgumentValue {
 public:
     explicit ArgumentValue(const void* place) noexcept {
         if constexpr (std::is_arithmetic_v<T>) {
@@ -70,7 +72,7 @@ private:
 
 /// A free function.
 template <class Function>
-struct [[gnu::visibility("hidden")]] FreeCallee {
+struct TARQ_LOCAL FreeCallee {
     Function function;
 
     bool prepare(const CFunction& record, void*) noexcept {
@@ -85,7 +87,7 @@ struct [[gnu::visibility("hidden")]] FreeCallee {
 
 /// A free function whose first parameter is the object that the call names.
 template <class Function, class Class>
-struct [[gnu::visibility("hidden")]] ObjectCallee {
+struct TARQ_LOCAL ObjectCallee {
     Function function;
     Class* object;
 
@@ -102,7 +104,7 @@ struct [[gnu::visibility("hidden")]] ObjectCallee {
 
 /// A member function, on the object that the call names.
 template <class Member, class Class>
-struct [[gnu::visibility("hidden")]] MemberCallee {
+struct TARQ_LOCAL MemberCallee {
     Member member;
     Class* object;
 
@@ -119,7 +121,7 @@ struct [[gnu::visibility("hidden")]] MemberCallee {
 
 /// A member function on the object that the record has the bytes of, or the address.
 template <class Member, class Object>
-struct [[gnu::visibility("hidden")]] BoundCallee {
+struct TARQ_LOCAL BoundCallee {
     Member member;
     std::conditional_t<std::is_pointer_v<Object>, Object, Object*> object;
 
@@ -139,7 +141,7 @@ struct [[gnu::visibility("hidden")]] BoundCallee {
 
 /// The signature of a function, and the routines that call what has it.
 template <class Result, class... Arguments>
-struct [[gnu::visibility("hidden")]] CallShape {
+struct TARQ_LOCAL CallShape {
     static_assert(FunctionResult<Result>, "the type of the result is one that can be registered");
     static_assert((FunctionArgument<Arguments> && ...),
                   "an argument has a type that can be registered, and is taken by value or by constant reference");
@@ -158,24 +160,29 @@ struct [[gnu::visibility("hidden")]] CallShape {
     }
 
 private:
+    /// A list that is accepted has its values there, so that it need not be asked where.
+    static constexpr auto cOffsets = FunctionArgumentList::offsetsOf(
+        std::array<uint32, sizeof...(Arguments)>{sizeof(std::remove_cvref_t<Arguments>)...});
+
     template <class Callee, std::size_t... Index>
     static bool call([[maybe_unused]] void* result, const CFunction& function, void* object,
                      const FunctionArgumentList& arguments, std::index_sequence<Index...>) {
         Callee callee;
+        const Signature given = arguments.getSignature();
         const bool isSame =
-            arguments.size() == sizeof...(Arguments) &&
-            std::equal(function.argumentTypes, function.argumentTypes + sizeof...(Arguments), arguments.getSignature());
-        if ((!isSame && !function.accepts(arguments)) || !callee.prepare(function, object))
+            given.size() == sizeof...(Arguments) && (... && (function.argumentTypes[Index] == given[Index]));
+        if ((!isSame && !function.accepts(arguments)) || !callee.prepare(function, object)) [[unlikely]]
             return false;
-        const auto run = [&]() -> decltype(auto) {
-            return callee(ArgumentValue<std::remove_cvref_t<Arguments>>(arguments.getValuePtr(Index)).get()...);
+        // The values live until the result is taken, which may be a reference to one of them.
+        const auto run = [&](const auto&... values) {
+            if constexpr (std::is_void_v<Result>)
+                callee(values...);
+            else if (result)
+                *static_cast<Datatype::NativeType<Result>*>(result) = callee(values...);
+            else
+                static_cast<void>(callee(values...));
         };
-        if constexpr (std::is_void_v<Result>)
-            run();
-        else if (result)
-            *static_cast<std::remove_cvref_t<Result>*>(result) = run();
-        else
-            static_cast<void>(run());
+        run(ArgumentValue<std::remove_cvref_t<Arguments>>(arguments.getPlaceAt(cOffsets[Index])).get()...);
         return true;
     }
 };
@@ -203,6 +210,12 @@ struct FunctionTraits<Result (Owner::*)(Arguments...)& noexcept(IsNoexcept)>
 template <class Result, class Owner, class... Arguments, bool IsNoexcept>
 struct FunctionTraits<Result (Owner::*)(Arguments...) const& noexcept(IsNoexcept)>
     : FunctionTraits<Result (Owner::*)(Arguments...) const> {};
+
+/// A lambda that is a function.
+template <class Callable>
+concept WithoutCaptures = requires(Callable callable) {
+    +callable;
+};
 
 /// The same where the first parameter is the object.
 template <class Function>
@@ -257,6 +270,7 @@ FunctionID FunctionRegistrar::registerFunction(String::Text name, Member functio
 template <class Callable>
 FunctionID FunctionRegistrar::registerMemberFunction(String::Text name, Callable function) {
     if constexpr (std::is_class_v<Callable>) {
+        static_assert(WithoutCaptures<Callable>, "a lambda whose first parameter is the object has no captures");
         return registerMemberFunction(name, +function);
     } else {
         using Traits = ObjectFunctionTraits<Callable>;
@@ -266,17 +280,24 @@ FunctionID FunctionRegistrar::registerMemberFunction(String::Text name, Callable
     }
 }
 
+// Always inline: what it does for a value that is just bytes is less than a call.
 template <class T>
-bool FunctionArgumentList::set(uint32 index, const T& value) {
+[[gnu::always_inline]] inline bool FunctionArgumentList::set(uint32 index, const T& value) {
     static_assert(HasDatatype<T>, "the type is one that can be registered");
-    const Datatype::DatatypeID datatypeID = Datatype::GET_DATATYPE_ID<T>();
     if constexpr (std::is_arithmetic_v<T>) {
-        if (index < mSize && mSignature[index] == datatypeID) [[likely]] {
-            std::memcpy(getPlace(index), &value, sizeof(T));
-            return true;
-        }
+        const auto* const datatype = Datatype::TypedDatatype<T>::getInstance();
+        if (!datatype || index >= mSize || mSignature[index] != datatype->id())
+            return setUnusual(index, value);
+        std::memcpy(getPlace(index), &value, sizeof(T));
+        return true;
+    } else {
+        return setValue(&value, Datatype::GET_DATATYPE_ID<T>(), index);
     }
-    return setValue(&value, datatypeID, index);
+}
+
+template <class T>
+bool FunctionArgumentList::setUnusual(uint32 index, T value) {
+    return setValue(&value, Datatype::GET_DATATYPE_ID<T>(), index);
 }
 
 } // namespace Tarq::Common::Reflection::Function

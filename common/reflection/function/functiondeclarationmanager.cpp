@@ -4,6 +4,7 @@
 #include "common/reflection/function/internal/signature.h"
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace Tarq::Common::Reflection::Function {
@@ -13,6 +14,10 @@ using Datatype::DatatypeID;
 namespace {
 
 using Inside = Threading::ScopedLock<Threading::Mutex>;
+
+uint32 hashOf(std::string_view name) noexcept {
+    return static_cast<uint32>(std::hash<std::string_view>()(name));
+}
 
 constexpr const char* cIsDeclared = "mFunctionDeclarations.size() > GetIDWrapperValue(functionID)";
 
@@ -53,13 +58,14 @@ FunctionDeclarationManager::FunctionIDs& FunctionDeclarationManager::Overloads::
 // The manager.
 
 FunctionDeclarationManager::FunctionDeclarationManager(String::Text name)
-    : mName(name), mFunctionIDs(getAllocator()), mFunctionDeclarations(getAllocator()) {}
+    : mName(name), mFunctionIDs(getAllocator()), mFunctionDeclarations(getAllocator()), mSlots(getAllocator()) {}
 
 FunctionDeclarationManager::FunctionDeclarationManager(const FunctionDeclarationManager& other)
-    : MemoryManaged(), mName(other.mName), mFunctionIDs(getAllocator()), mFunctionDeclarations(getAllocator()) {
+    : MemoryManaged(), mName(other.mName), mFunctionIDs(getAllocator()), mFunctionDeclarations(getAllocator()),
+      mSlots(getAllocator()) {
     const Inside inside(other.mMutex);
-    for (const Declaration& declaration : other.mFunctionDeclarations)
-        add(Declaration(declaration));
+    for (const Declaration& each : other.mFunctionDeclarations)
+        add(each.name, each.fullSignature, each.classifier, each.signatureNames);
 }
 
 FunctionDeclarationManager::~FunctionDeclarationManager() = default;
@@ -73,7 +79,13 @@ FunctionID FunctionDeclarationManager::createFunctionDeclaration(String::Text na
     if (!TARQ_ASSERT(!fullSignature.empty(), "a full signature begins with the type of the result"))
         return FunctionID();
     const Inside inside(mMutex);
-    return findOrAdd(name, fullSignature, classifier, signatureNames);
+    const FunctionID existing = find(name, fullSignature, 0);
+    if (existing == FunctionID())
+        return add(name, fullSignature, classifier, signatureNames);
+    Names& names = mFunctionDeclarations[GetIDWrapperValue(existing)].signatureNames;
+    if (names.empty())
+        names = signatureNames;
+    return existing;
 }
 
 FunctionID FunctionDeclarationManager::createFunctionDeclaration(String::Text name, const Types& fullSignature,
@@ -88,48 +100,67 @@ FunctionID FunctionDeclarationManager::createFunctionDeclaration(String::Text na
     return createFunctionDeclaration(name, fullSignature, classifier, names);
 }
 
-FunctionID FunctionDeclarationManager::provideFunctionDeclaration(String::Text name, const Types& fullSignature) {
+FunctionDeclarationManager::Provided
+FunctionDeclarationManager::provideFunctionDeclaration(String::Text name, const Types& fullSignature) {
     const Inside inside(mMutex);
     const FunctionID existing = find(name, fullSignature, 0);
     if (existing != FunctionID())
-        return existing;
-    if (find(name, Signature(fullSignature).subspan(1), 1) != FunctionID())
-        return FunctionID();
-    return findOrAdd(name, fullSignature, String::Text(), Names(getAllocator()));
+        return {existing, {}};
+    const FunctionID other = find(name, Signature(fullSignature).subspan(1), 1);
+    if (other != FunctionID())
+        return {FunctionID(), mFunctionDeclarations[GetIDWrapperValue(other)].fullSignature.front()};
+    return {add(name, fullSignature, String::Text(), Names(getAllocator())), {}};
 }
 
-FunctionID FunctionDeclarationManager::findOrAdd(String::Text name, const Types& fullSignature, String::Text classifier,
-                                                 const Names& signatureNames) {
-    const FunctionID existing = find(name, fullSignature, 0);
-    if (existing == FunctionID()) {
-        return add({String(name), Types(fullSignature, getAllocator()), String(classifier),
-                    Names(signatureNames, getAllocator())});
-    }
-    Names& names = mFunctionDeclarations[GetIDWrapperValue(existing)].signatureNames;
-    if (names.empty())
-        names = signatureNames;
-    return existing;
-}
-
-FunctionID FunctionDeclarationManager::add(Declaration&& declaration) {
+FunctionID FunctionDeclarationManager::add(String::Text name, const Types& fullSignature, String::Text classifier,
+                                           const Names& signatureNames) {
+    Declaration declaration{String(name), Types(fullSignature, getAllocator()), String(classifier),
+                            Names(signatureNames, getAllocator())};
+    growSlots();
     // The name's list may be left empty when memory runs out, which nobody sees.
-    FunctionIDs& list = mFunctionIDs.try_emplace(declaration.name, getAllocator()).first->second.makeRoom();
+    const auto entry = mFunctionIDs.try_emplace(declaration.name, getAllocator()).first;
+    FunctionIDs& list = entry->second.makeRoom();
     const FunctionID added(mFunctionDeclarations.size());
     mFunctionDeclarations.push_back(std::move(declaration));
     list.push_back(added);
+    // When declarations are moved, their signatures stay where they are.
+    take(mSlots, {hashOf(entry->first), added, entry->first, mFunctionDeclarations.back().fullSignature});
     return added;
 }
 
 FunctionID FunctionDeclarationManager::find(String::Text name, Signature signature, uint32 skippedTypes) const {
-    const auto found = mFunctionIDs.find(name);
-    if (found == mFunctionIDs.end() || found->second.empty())
+    if (mSlots.empty())
         return FunctionID();
-    for (const FunctionID each : *found->second.lists.back()) {
-        const Types& declared = mFunctionDeclarations[GetIDWrapperValue(each)].fullSignature;
-        if (isMatching(Signature(declared).subspan(skippedTypes), signature))
-            return each;
+    const uint32 hash = hashOf(name);
+    for (uint32 at = hash;; ++at) {
+        const Slot& slot = mSlots[at & (mSlots.size() - 1)];
+        if (slot.functionID == FunctionID() ||
+            (slot.hash == hash && slot.name == name && isMatching(slot.fullSignature.subspan(skippedTypes), signature)))
+            return slot.functionID;
     }
-    return FunctionID();
+}
+
+void FunctionDeclarationManager::growSlots() {
+    if ((mFunctionDeclarations.size() + 1) * 2 <= mSlots.size())
+        return;
+    Slots larger(getAllocator(), std::max<uint32>(16, mSlots.size() * 2));
+    // From the first free slot on, so that those of one name keep their order.
+    const auto isFree = [](const Slot& slot) { return slot.functionID == FunctionID(); };
+    const auto start = std::find_if(mSlots.begin(), mSlots.end(), isFree);
+    for (auto [from, to] : {std::pair(start, mSlots.end()), std::pair(mSlots.begin(), start)}) {
+        for (; from != to; ++from) {
+            if (!isFree(*from))
+                take(larger, *from);
+        }
+    }
+    mSlots.swap(larger);
+}
+
+void FunctionDeclarationManager::take(Slots& slots, const Slot& slot) noexcept {
+    uint32 at = slot.hash;
+    while (slots[at & (slots.size() - 1)].functionID != FunctionID())
+        ++at;
+    slots[at & (slots.size() - 1)] = slot;
 }
 
 bool FunctionDeclarationManager::existsFunctionDeclaration(String::Text name, const Types& fullSignature) const {

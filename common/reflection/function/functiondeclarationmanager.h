@@ -3,25 +3,29 @@
 #include "common/container/stringlookup.h"
 #include "common/export.h"
 #include "common/memory/memorymanaged.h"
-#include "common/reflection/datatype/datatypeid.h"
 #include "common/reflection/function/functionid.h"
+#include "common/reflection/function/signature.h"
 #include "common/string.h"
 #include "common/threading/mutex.h"
 
-#include <span>
+#include <string_view>
 
 namespace Tarq::Common::Reflection::Function {
 
 class FunctionIterator;
 
 /// The functions that several parties know by name: each declaration is a name and a full signature, which is the type
-/// of the result (`VOID_DATATYPE_ID` for none) and then the types of the arguments. One party declares what it needs,
-/// another provides it; a `FunctionRegistrar` binds declarations to code.
+/// of the result (`VOID_DATATYPE_ID` for none) and then the types of the arguments; for tools also a classifier and the
+/// names of the arguments. One party declares what it needs, another provides it; a `FunctionRegistrar` binds
+/// declarations to code.
 ///
 /// Signatures match when they have the same length and their types are equal at each place, where "Integer32" and
 /// "UnsignedInteger32" stand for each other. Of several declarations of a name that match, the first one made counts.
 ///
-/// Threads: any. Declarations are only ever added, so an id stays good, and an unknown one is reported.
+/// Threads: any, if the manager is made on a thread-safe allocator. Declarations are only ever added, so an id stays
+/// good, and an unknown one is reported.
+///
+/// Whatever makes or copies something throws `OutOfMemoryException`; nothing has changed then.
 class TARQ_API FunctionDeclarationManager : public Memory::MemoryManaged {
 public:
     using Types = Container::Vector<Datatype::DatatypeID>;
@@ -35,7 +39,7 @@ public:
     const String& getName() const noexcept { return mName; }
 
     // Each of these finds the declaration with a matching full signature, or makes it, in one step. One that is there
-    // keeps its classifier, and gets the names of the signature's types if it has none yet.
+    // keeps its classifier, and gets these names of its arguments if it has none yet.
     // Asserts that the full signature has the type of a result; returns no function otherwise.
 
     FunctionID createFunctionDeclaration(String::Text name, const Types& fullSignature);
@@ -76,7 +80,6 @@ private:
     friend class FunctionIterator;
     friend class FunctionRegistrar;
     using FunctionIDs = Container::Vector<FunctionID>;
-    using Signature = std::span<const Datatype::DatatypeID>;
 
     struct Declaration {
         String name;
@@ -102,23 +105,43 @@ private:
     };
     using Lookup = Container::StringLookUp<Overloads>;
 
+    /// Leads from the hash of a name to a declaration: one or two steps, where the lookup, which keeps the order, takes
+    /// ten among a thousand names. Has what is compared on the way, so that nothing else has to be visited.
+    struct Slot {
+        uint32 hash = 0;         ///< of the name
+        FunctionID functionID;   ///< none in a free slot
+        std::string_view name;   ///< the lookup's
+        Signature fullSignature; ///< the declaration's
+    };
+    using Slots = Container::Vector<Slot>;
+
+    /// What a registrar is to provide, or the result of what is in its way.
+    struct Provided {
+        FunctionID functionID;
+        Datatype::DatatypeID otherResult;
+    };
     /// For a registrar: the declaration with a matching full signature, or a new one. No function if there is one with
-    /// matching arguments and another result, which then would never be found by its arguments.
-    FunctionID provideFunctionDeclaration(String::Text name, const Types& fullSignature);
+    /// matching arguments and another result: the new one would never be found by its arguments.
+    Provided provideFunctionDeclaration(String::Text name, const Types& fullSignature);
 
     // While the mutex is held.
     FunctionID find(String::Text name, Signature signature, uint32 skippedTypes) const;
-    FunctionID add(Declaration&& declaration);
-    FunctionID findOrAdd(String::Text name, const Types& fullSignature, String::Text classifier,
-                         const Names& signatureNames);
+    FunctionID add(String::Text name, const Types& fullSignature, String::Text classifier, const Names& signatureNames);
 
     /// Calls `read` with the declaration while the mutex is held; returns whether there is one.
     template <class Read>
     bool look(FunctionID functionID, Read read) const;
 
+    /// Makes sure that there is a slot for one more.
+    void growSlots();
+    static void take(Slots& slots, const Slot& slot) noexcept;
+
     String mName;
     Lookup mFunctionIDs;
     Container::Vector<Declaration> mFunctionDeclarations; ///< by id
+    /// One for each declaration, at the first free place from the one on that its hash says: those of one name are met
+    /// in the order of their declaration. The size is a power of two, and at most half of it is used.
+    Slots mSlots;
     mutable Threading::Mutex mMutex;
 };
 

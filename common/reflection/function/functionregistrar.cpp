@@ -3,6 +3,7 @@
 #include "common/debug/assert.h"
 #include "common/memory/allocate.h"
 #include "common/reflection/function/functionargumentlist.h"
+#include "common/reflection/function/internal/roundedup.h"
 #include "common/reflection/function/internal/signature.h"
 
 #include <algorithm>
@@ -17,11 +18,6 @@ using Datatype::DatatypeID;
 namespace {
 
 using Inside = Threading::ScopedLock<Threading::Mutex>;
-
-/// What stands behind a record is aligned like the record: an allocator's 8, or 4 where pointers have 4 bytes.
-constexpr std::size_t roundedUp(std::size_t size) {
-    return (size + 7) / 8 * 8;
-}
 
 } // namespace
 
@@ -104,19 +100,18 @@ FunctionID FunctionRegistrar::internalRegister(String::Text name, CallRoutine ca
                      "a function has at most ten arguments, but there are ", fullSignature.size() - 1))
         return FunctionID();
 
-    const FunctionID functionID = mFunctionDeclarations->provideFunctionDeclaration(name, fullSignature);
+    const auto [functionID, otherResult] = mFunctionDeclarations->provideFunctionDeclaration(name, fullSignature);
     if (functionID == FunctionID()) {
-        const Types arguments(mRecordAllocator, fullSignature.begin() + 1, fullSignature.end());
-        const FunctionID existing = mFunctionDeclarations->getFunctionID(name, arguments);
-        TARQ_FAIL("function: \"", name, "\" is already registered with identical signature and different ",
-                  "returnvaluetype: \"", getTypeName(mFunctionDeclarations->getReturnValueType(existing)), "\"");
+        TARQ_FAIL("function: \"", name,
+                  "\" is already registered with identical signature and different returnvaluetype: \"",
+                  getTypeName(otherResult), "\"");
         return FunctionID();
     }
     // The parts are copied out of the caller's hands in one go.
     Record* const record =
         makeRecord({mFunctionDeclarations, const_cast<void*>(objectSize == 0 ? nullptr : object),
                     const_cast<void*>(functionPointer), callWithoutResult, callWithResult, functionPointerSize,
-                    object ? objectSize : 0, functionID, fullSignature.size() - 1, fullSignature.data() + 1});
+                    object ? objectSize : 0, functionID, Signature(fullSignature).subspan(1)});
     const Inside inside(mMutex);
     store(record);
     return functionID;
@@ -124,17 +119,16 @@ FunctionID FunctionRegistrar::internalRegister(String::Text name, CallRoutine ca
 
 FunctionRegistrar::Record* FunctionRegistrar::makeRecord(const CFunction& source) const {
     const std::size_t typesAt = roundedUp(sizeof(Record));
-    const std::size_t typesBytes = source.numArguments * sizeof(DatatypeID);
-    const std::size_t objectAt = typesAt + roundedUp(typesBytes);
+    const std::size_t objectAt = typesAt + roundedUp(source.argumentTypes.size_bytes());
     const std::size_t pointerAt = objectAt + roundedUp(source.objectSize);
     const std::size_t end = pointerAt + roundedUp(source.functionPointerSize);
     auto* const bytes = static_cast<uint8*>(Memory::allocateBytes(mRecordAllocator, end));
     auto* const record = ::new (static_cast<void*>(bytes)) Record{source, nullptr};
 
     CFunction& function = record->function;
-    function.argumentTypes = reinterpret_cast<const DatatypeID*>(bytes + typesAt);
-    std::uninitialized_copy_n(source.argumentTypes, source.numArguments,
-                              reinterpret_cast<DatatypeID*>(bytes + typesAt));
+    auto* const types = reinterpret_cast<DatatypeID*>(bytes + typesAt);
+    std::uninitialized_copy(source.argumentTypes.begin(), source.argumentTypes.end(), types);
+    function.argumentTypes = {types, source.argumentTypes.size()};
     if (source.object) {
         function.object = bytes + objectAt;
         std::memcpy(function.object, source.object, source.objectSize);

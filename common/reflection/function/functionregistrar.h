@@ -14,11 +14,16 @@ namespace Tarq::Common::Reflection::Function {
 ///
 /// Include `common/reflection/function/functionbinding.h` to register: it has the bodies of the templates.
 ///
-/// Threads: any. Calls take no lock, and may run while others register: a function that is registered again stays as it
-/// was for the calls that are on their way, so its record is kept until the registrar goes. Copy, assign to and
-/// destroy a registrar while nobody else uses it.
+/// Threads: any, if the allocators of the registrar and of the declarations are thread-safe. Calls take no lock, and
+/// may run while others register: a function that is registered again stays as it was for the calls that are on their
+/// way, so its record is kept until the registrar goes. Copy, assign to and destroy a registrar while nobody else uses
+/// it.
+///
 /// Ownership: records are made on the allocator that the constructor is given. The code and what a function is bound to
 /// outlive the registrar.
+///
+/// Whatever makes or copies something throws `OutOfMemoryException`. Nothing has changed then, but for the declaration:
+/// a function that was to be registered or required may have one.
 class TARQ_API FunctionRegistrar : public Memory::MemoryManaged {
 public:
     using Types = FunctionDeclarationManager::Types;
@@ -30,33 +35,34 @@ public:
     FunctionRegistrar(const FunctionDeclarationManagerPtr& declarations, const Memory::AllocatorPtr& allocator);
     /// Has records of its own, on the same allocator, and shares the declarations.
     FunctionRegistrar(const FunctionRegistrar& other);
-    /// Keeps its own allocator. A failure leaves everything as it was.
+    /// Keeps its own allocator.
     FunctionRegistrar& operator=(const FunctionRegistrar& other);
     ~FunctionRegistrar() override;
 
     // Registration. The types of the result and of up to ten arguments are read off the function; each is one that is
-    // registered, taken by value or by constant reference. Registering the same name and full signature once more keeps
-    // the id and replaces the function.
+    // registered, taken by value or by constant reference. Registering the same name with a full signature that matches
+    // once more keeps the id and replaces the function: `f(uint32)` takes the place of `f(int32)`.
     //
-    // Each asserts that the function is not null, that its types are registered, and that there is not yet a function
-    // of the name with the same arguments and another result; otherwise returns no function.
+    // Each asserts that the function is not null, that its types are registered, and that nobody has declared a
+    // function of the name with matching arguments and another result; otherwise returns no function.
 
     /// A free function, or a member function, which is then called on the object that the call names: one of the class
     /// that declares the function. An object with a call operator is copied, byte by byte.
     template <class Callable>
-    [[gnu::visibility("hidden")]] FunctionID registerFunction(String::Text name, Callable function);
+    TARQ_LOCAL FunctionID registerFunction(String::Text name, Callable function);
     /// A member function on one object for all calls: a pointer, or an object that is copied, byte by byte.
     template <class Member, class Object>
-    [[gnu::visibility("hidden")]] FunctionID registerFunction(String::Text name, Member function, Object object);
+    TARQ_LOCAL FunctionID registerFunction(String::Text name, Member function, Object object);
     /// A free function whose first parameter, a reference, is the object that the call names.
     template <class Callable>
-    [[gnu::visibility("hidden")]] FunctionID registerMemberFunction(String::Text name, Callable function);
+    TARQ_LOCAL FunctionID registerMemberFunction(String::Text name, Callable function);
 
     /// Calls a function; `result` is a value of its result type, which is assigned to. `object` is what a member
     /// function is called on, null for others.
     ///
     /// Returns false, and leaves the result alone, when the list is not what the function takes, or a member function
-    /// has no object. Asserts that this registrar provides the function; returns false otherwise.
+    /// has no object. Asserts that this registrar provides the function; returns false otherwise. What the function
+    /// throws passes on, and so does what copying an argument or assigning the result throws.
     bool callFunction(void* result, FunctionID functionID, void* object, const FunctionArgumentList& arguments) const;
     /// The same without a result.
     bool callFunction(FunctionID functionID, void* object, const FunctionArgumentList& arguments) const;
@@ -97,8 +103,8 @@ private:
     struct Table;
 
     template <class Callee, class Shape>
-    [[gnu::visibility("hidden")]] FunctionID registerCallee(String::Text name, const void* object, uint32 objectSize,
-                                                            const void* functionPointer, uint32 functionPointerSize);
+    TARQ_LOCAL FunctionID registerCallee(String::Text name, const void* object, uint32 objectSize,
+                                         const void* functionPointer, uint32 functionPointerSize);
 
     Record* makeRecord(const CFunction& source) const;
     void releaseRecords() noexcept;

@@ -23,4 +23,16 @@ Colour* parseColour(const Common::String& text, const Common::Memory::AllocatorP
     return ::new (Common::Memory::allocateBytes(allocator, sizeof(Colour))) Colour{std::atoi(text.c_str()) + Offset};
 }
 
+/// What `tests/modules/datatypes.cpp` shows to the host.
+struct DatatypesModule {
+    using DatatypeBase = Common::Reflection::Datatype::DatatypeBase;
+    using DatatypeManagerPtr = Common::Reflection::Datatype::DatatypeManagerPtr;
+
+    /// How many of the built-in types and `Colour` are known there.
+    Common::uint32 (*countKnown)();
+    const DatatypeBase* (*registerColour)(const DatatypeManagerPtr& manager, bool isParsed);
+    /// Its own version of a type that the host has as well.
+    const DatatypeBase* (*registerVersioned)(const DatatypeManagerPtr& manager, const char* name);
+};
+
 } // namespace Tarq::Test

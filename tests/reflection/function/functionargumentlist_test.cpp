@@ -1,3 +1,4 @@
+#include "common/reflection/datatype/datatype.h"
 #include "tests/reflection/function/functiontest.h"
 
 using namespace Tarq::Test;
@@ -5,6 +6,20 @@ using namespace Tarq::Test;
 namespace {
 
 const std::string cFile = "common/reflection/function/functionargumentlist: ";
+
+/// Has a default that takes memory, and counts assignments.
+struct Costly {
+    static inline int32 sAssignments = 0;
+    String text = String(5000, 'x');
+
+    Costly() = default;
+    Costly(const Costly&) = default;
+    Costly& operator=(const Costly& other) {
+        ++sAssignments;
+        text = other.text;
+        return *this;
+    }
+};
 
 std::ptrdiff_t distance(const FunctionArgumentList& list, uint32 from, uint32 to) {
     return static_cast<char*>(list.getValuePtr(to)) - static_cast<char*>(list.getValuePtr(from));
@@ -28,17 +43,32 @@ TEST_CASE_FIXTURE(FunctionTest, "values stand one behind the other, and none acr
 TEST_CASE_FIXTURE(FunctionTest, "every type stands at every offset, from its default on") {
     Datatype::forEachBuiltinDatatype([this]<class Type>(const Type& type) {
         using T = typename Type::Native;
-        const T given = type.makeDefault(allocator());
+        const T initial = type.makeDefault(allocator());
+        T given = initial;
+        if constexpr (std::is_arithmetic_v<T>)
+            given = 1;
+        else if constexpr (requires { given.push_back({}); })
+            given.push_back({});
+        else
+            given[0] = 1;
         FunctionRegistrar registrar(allocator());
-        const FunctionID isSame = registrar.registerFunction(
-            "isSame", [](int8, T a, const T& b, int8, const T& c) { return a == T(b) && a == T(c); });
+        const FunctionID count =
+            registrar.registerFunction("count", [&initial, &given](int8, T a, const T& b, int8, const T& c) -> int32 {
+                const auto worth = [&](const T& value) { return value == given ? 10 : value == initial ? 1 : 0; };
+                return worth(a) + worth(T(b)) + worth(c);
+            });
         // The numbers move the values to places that do not suit them, with and without overflow.
         List list(types<int8, T, T, int8, T>(), allocator());
+        const auto countValues = [&] {
+            int32 result = 0;
+            CHECK(registrar.callFunction(&result, count, nullptr, list));
+            return result;
+        };
+        CHECK(countValues() == 3);
         CHECK(list.setValue(&given, Datatype::GET_DATATYPE_ID<T>(), 4));
-        bool result = false;
-        CHECK((registrar.callFunction(&result, isSame, nullptr, list) && result));
-        CHECK(list.setValue(List(list).getValuePtr(4), 1));
-        CHECK((registrar.callFunction(&result, isSame, nullptr, list) && result));
+        CHECK(countValues() == 12);
+        CHECK((list.setValue(List(list).getValuePtr(4), 1) && list.setValue(list.getValuePtr(4), 2)));
+        CHECK(countValues() == 30);
     });
 }
 
@@ -82,13 +112,34 @@ TEST_CASE_FIXTURE(FunctionTest, "what a list cannot hold is reported") {
     CHECK(*static_cast<int32*>(list.getValuePtr(0)) == 7);
 }
 
-TEST_CASE_FIXTURE(FunctionTest, "a list that memory runs out for leaves nothing behind") {
-    const String text(5000, 'x');
-    const List list = listOf(text, int8(1), text, text);
-    for (uint32 granted = 0; granted < 4; ++granted) {
-        getMemory().failAfter(granted);
-        const std::string outcome = outcomeOf([&] { List copy(list); });
-        getMemory().failNever();
-        CHECK((granted > 1 || outcome == "OutOfMemoryException: No Memory available"));
-    }
+TEST_CASE_FIXTURE(FunctionTest, "a value that is set to itself is not assigned") {
+    ReflectionInterface::getDatatypeManager()->registerNFDatatype<Costly>("Costly", Costly(), nullptr);
+    List list(types<int8, Costly>(), allocator());
+    Costly::sAssignments = 0;
+    CHECK((list.set(1, Costly()) && list.setValue(list.getValuePtr(1), 1)));
+    CHECK(Costly::sAssignments == 1);
+}
+
+TEST_CASE_FIXTURE(FunctionTest, "a list that memory runs out for leaves nothing behind, and has no arguments") {
+    ReflectionInterface::getDatatypeManager()->registerNFDatatype<Costly>("Costly", Costly(), nullptr);
+    const Types signature = types<Costly, int8, Costly, Costly>();
+    const List list(signature, allocator());
+    List assigned = listOf(1.5);
+    const auto countFailures = [&](const auto& make) {
+        for (uint32 granted = 0;; ++granted) {
+            getMemory().failAfter(granted);
+            const std::string outcome = outcomeOf(make);
+            getMemory().failNever();
+            if (outcome.empty())
+                return granted;
+            REQUIRE(outcome == "OutOfMemoryException: No Memory available");
+        }
+    };
+    CHECK(countFailures([&] { List(signature, allocator()); }) >= 3);
+    CHECK(countFailures([&] { List copy(list); }) >= 3);
+    getMemory().failAfter(1);
+    CHECK(outcomeOf([&] { assigned = list; }) != "");
+    getMemory().failNever();
+    CHECK(assigned.size() == 0);
+    CHECK(countFailures([&] { assigned = list; }) >= 3);
 }

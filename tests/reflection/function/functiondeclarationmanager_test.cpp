@@ -1,7 +1,11 @@
+#include "tests/memory/ledgerallocator.h"
 #include "tests/reflection/function/functiontest.h"
+
+#include <memory>
 
 using namespace Tarq::Test;
 using IDs = Container::Vector<FunctionID>;
+using Names = FunctionDeclarationManager::Names;
 
 namespace {
 
@@ -35,27 +39,36 @@ TEST_CASE_FIXTURE(FunctionTest, "a declaration is found by its name and the type
     for (const auto& [name, arguments, found] : cases)
         CHECK(manager.getFunctionID(name, arguments) == found);
     CHECK(manager.getFunctionIDWithFullSignature("f", types<float, uint32>()) == sameArguments);
+    CHECK(manager.existsFunctionDeclaration("f", types<float, uint32>()));
     CHECK(!manager.existsFunctionDeclaration("f", types<double, int32>()));
     CHECK(manager.createFunctionDeclaration("f", types<void, uint32>()) == first);
 }
 
 TEST_CASE_FIXTURE(FunctionTest, "a declaration keeps what it was made with, and takes names while it has none") {
-    FunctionDeclarationManager manager("shared");
+    auto& ledger = *new LedgerAllocator;
+    const Memory::AllocatorPtr owner(&ledger);
+    std::unique_ptr<FunctionDeclarationManager> manager(new (owner) FunctionDeclarationManager("shared"));
     const Types full = types<bool, float, float>();
-    const FunctionID id = manager.createFunctionDeclaration("move", full, "motion", "");
-    for (const char* names : {",moved, x,,y,", "late"})
-        manager.createFunctionDeclaration("move", full, "other", names);
-    const FunctionDeclarationManager copy(manager);
-    for (const FunctionDeclarationManager* each : {&std::as_const(manager), &copy}) {
+    const Names late(allocator(), {"late"});
+    const FunctionID id = manager->createFunctionDeclaration("move", full, "motion", "");
+    manager->createFunctionDeclaration("move", full, "other", ",moved, x,,y,");
+    manager->createFunctionDeclaration("move", full, "other", late);
+    FunctionDeclarationManager copy(*manager);
+    for (const FunctionDeclarationManager* each : {manager.get(), &copy}) {
         CHECK((each->getName() == "shared" && each->getFunctionName(id) == "move"));
         CHECK(each->getClassifier(id) == "motion");
-        CHECK(each->getSignatureNames(id) == Container::Vector<String>(allocator(), {"moved", " x", "y"}));
+        CHECK(each->getSignatureNames(id) == Names(allocator(), {"moved", " x", "y"}));
         Types signature(allocator());
         CHECK((each->getFullSignature(signature, id) && signature == full));
         CHECK((each->getArgumentSignature(signature, id) && signature == types<float, float>()));
         CHECK(each->getReturnValueType(id) == full[0]);
         CHECK(each->getFunctionID("move", signature) == id);
     }
+    const FunctionID second = copy.createFunctionDeclaration("move", types<void>(), "", late);
+    CHECK((copy.getSignatureNames(second) == late && *copy.getFunctionIDs("move") == IDs(allocator(), {id, second})));
+    CHECK(*manager->getFunctionIDs("move") == IDs(allocator(), {id}));
+    manager.reset();
+    CHECK(ledger.mOutstanding.empty());
 }
 
 TEST_CASE_FIXTURE(FunctionTest, "an unknown id and an empty signature are reported and change nothing") {
@@ -73,7 +86,10 @@ TEST_CASE_FIXTURE(FunctionTest, "an unknown id and an empty signature are report
     CHECK(outcomeOf([&] { CHECK(manager.getSignatureNames(unknown).empty()); }) == invalid);
     CHECK(outcomeOf([&] { CHECK(manager.getClassifier(unknown).empty()); }) == invalid);
     CHECK(signature == types<int8>());
-    CHECK(outcomeOf([&] { manager.createFunctionDeclaration("g", types<>()); }).ends_with("the type of the result"));
+    CHECK(outcomeOf([&] {
+              CHECK(manager.createFunctionDeclaration("g", types<>()) == FunctionID());
+          }).ends_with("the type of the result"));
+    CHECK(manager.getFunctionIDs("g") == nullptr);
     CHECK(manager.createSignatureErrorMsg("differs:", "f", types<void>(), types<int32, float, String>()) ==
           "differs:\n existing signature: void f()\n expected signature: Integer32 f(Float,String)");
 }

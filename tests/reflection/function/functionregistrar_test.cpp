@@ -1,7 +1,10 @@
 #include "tests/reflection/function/functiontest.h"
 
+#include <memory>
 #include <thread>
 #include <vector>
+
+#include <dlfcn.h>
 
 using namespace Tarq::Test;
 
@@ -15,7 +18,7 @@ struct World {
         spawned += count;
         return count + 1;
     }
-    int64 count() const noexcept { return spawned; }
+    long long count() const noexcept { return spawned; }
     const String& echo(const String& text) const& { return text; }
     virtual double scaled(float by) { return static_cast<double>(spawned) * by; }
     virtual ~World() = default;
@@ -67,13 +70,29 @@ TEST_CASE_FIXTURE(FunctionTest, "every kind of function can be registered and ca
     CHECK(call(double(), registrar.registerFunction("scaled", &World::scaled), &world, 2.0F) == 12);
     CHECK(call(double(), registrar.registerFunction("scaled small", &World::scaled, &small), nullptr, 2.0F) == -2);
     CHECK(call(String(), registrar.registerFunction("echo", &World::echo), &world, String("text")) == "text");
+    const FunctionID times =
+        registrar.registerFunction("times", [factor = 3](int32 by) mutable { return factor *= by; });
+    for (const int32 expected : {6, 12})
+        CHECK(call(int32(), times, nullptr, int32(2)) == expected);
+    // A result may refer to an argument, also to one that is moved for the call.
+    const FunctionID larger = registrar.registerFunction(
+        "larger", [](const int32& a, const int32& b) -> const int32& { return a < b ? b : a; });
+    CHECK(call(int32(), larger, nullptr, int32(3), int32(9)) == 9);
+    const FunctionID last =
+        registrar.registerFunction("last", [](int8, const String& a) -> const String& { return a; });
+    CHECK(call(String(), last, nullptr, int8(1), String("a text")) == "a text");
     const FunctionID add = registrar.registerFunction("add", [by = 1.5F](float a) { return a + by; });
     CHECK(call(float(), add, nullptr, 2.0F) == 3.5F);
     const FunctionID count = registrar.registerMemberFunction("of", [](const World& of) { return of.spawned; });
     CHECK(call(int64(), count, &world) == 6);
 
-    CHECK(registrar.callFunction(registrar.getFunctionID("spawn here", types<int32>()), nullptr, listOf(int32(9))));
-    CHECK(world.spawned == 15);
+    const FunctionID spawnHere = registrar.getFunctionID("spawn here", types<int32>());
+    CHECK(registrar.callFunction(spawnHere, nullptr, listOf(int32(9))));
+    CHECK(registrar.callFunction(nullptr, spawnHere, nullptr, listOf(int32(1))));
+    CHECK(world.spawned == 16);
+    int32 untouched = 5;
+    CHECK(registrar.callFunction(&untouched, registrar.registerFunction("nothing", nothing), nullptr, listOf()));
+    CHECK(untouched == 5);
 }
 
 TEST_CASE_FIXTURE(FunctionTest, "a call that does not fit calls nothing and leaves the result") {
@@ -90,7 +109,7 @@ TEST_CASE_FIXTURE(FunctionTest, "a call that does not fit calls nothing and leav
     CHECK((registrar.callFunction(&result, id, nullptr, listOf(int32(1))) && result == 2));
 }
 
-TEST_CASE_FIXTURE(FunctionTest, "a second registration replaces the first for every registrar but its copies") {
+TEST_CASE_FIXTURE(FunctionTest, "a second registration replaces the first in its registrar, and not in copies of it") {
     FunctionRegistrar registrar(allocator());
     const FunctionID id = registrar.registerFunction("f", seven);
     FunctionRegistrar copy(registrar);
@@ -102,6 +121,22 @@ TEST_CASE_FIXTURE(FunctionTest, "a second registration replaces the first for ev
     for (const auto& [each, expected] : {std::pair(&registrar, 8), std::pair(&copy, 7), std::pair(&assigned, 7)})
         CHECK((each->callFunction(&result, id, nullptr, listOf()) && result == expected));
     CHECK(assigned.getFunctionDeclarations()->getName() == "default");
+}
+
+TEST_CASE_FIXTURE(FunctionTest, "a module that registers functions can be unloaded") {
+    const std::string file = TARQ_TEST_MODULE_DIR "/functions" TARQ_TEST_MODULE_SUFFIX;
+    for (int round = 0; round < 2; ++round) {
+        std::unique_ptr<void, int (*)(void*)> module(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL), &dlclose);
+        REQUIRE(module);
+        const auto registerAndCall =
+            reinterpret_cast<int32 (*)(FunctionRegistrar&)>(dlsym(module.get(), "registerAndCall"));
+        {
+            FunctionRegistrar registrar(allocator());
+            CHECK(registerAndCall(registrar) == 41);
+        }
+        module.reset();
+        CHECK(dlopen(file.c_str(), RTLD_NOW | RTLD_NOLOAD) == nullptr);
+    }
 }
 
 TEST_CASE_FIXTURE(FunctionTest, "what is not provided is reported and not called") {
@@ -124,6 +159,11 @@ TEST_CASE_FIXTURE(FunctionTest, "what is not provided is reported and not called
           cFile + "missing.empty()\nError Message: the following functions are not registered:\n"
                   "Integer32 (*f) (Float,String)\nvoid (*h) ()\n");
     CHECK(registrar.existsFunction("f", types<float, String>(), true));
+    CHECK(other.getFunctionIDWithFullSignature("f", types<int32, float, String>()) == required);
+    Types signature(allocator());
+    CHECK((other.getFullSignature(signature, required) && signature == types<int32, float, String>()));
+    CHECK((other.getArgumentSignature(signature, required) && signature == types<float, String>()));
+    CHECK((other.getReturnValueType(required) == types<int32>()[0] && other.getFunctionName(required) == "f"));
     CHECK((!registrar.existsFunction("f", types<float, String>(), false) &&
            !registrar.existsFunction("f", types<>(), true)));
     CHECK((registrar.existsFunction("g", types<>(), false) && !other.existsFunction("g", types<>(), false)));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/debug/assert.h"
+#include "common/memory/memoryexception.h"
 #include "common/reflection/datatype/builtindatatypes.h"
 #include "common/reflection/datatype/stringconversionfunctions.h"
 #include "common/reflection/datatype/typeddatatype.h"
@@ -8,9 +9,9 @@
 #include "common/reflection/function/functionregistrar.h"
 
 #include <cmath>
+#include <stdexcept>
 #include <tuple>
 #include <type_traits>
-#include <utility>
 
 namespace Tarq::Common::Reflection::Datatype {
 
@@ -33,10 +34,24 @@ inline bool checkIndex(int64 index, uint32 size) {
     return TARQ_ASSERT_AS("index < size", index >= 0 && index < size, "index out of range: ", index);
 }
 
+/// Makes a change that may take memory; what calls these functions is data, which is not to meet an exception. Asserts
+/// that there was room for it; nothing has changed otherwise.
+template <class Change>
+void tryToChange(Change change) {
+    try {
+        change();
+        return;
+    } catch (Memory::OutOfMemoryException* exception) {
+        const Exceptions::Holder holder(exception);
+    } catch (const std::length_error&) { // NOLINT(bugprone-empty-catch): both are reported below
+    }
+    TARQ_FAIL("there is no room for the element");
+}
+
 /// Both kinds of vectors.
 template <class Vec>
 struct VectorTraits {
-    using Component = std::remove_cvref_t<decltype(std::declval<const Vec&>()[0])>;
+    using Component = typename Vec::Component;
 
     static constexpr ParseFunction<Vec> cParseFunction = &TextForm<Vec>::parse;
 
@@ -51,19 +66,18 @@ private:
     /// Whole numbers wrap.
     using Exact = typename std::conditional_t<std::is_integral_v<Component>, std::make_unsigned<Component>,
                                               std::type_identity<Component>>::type;
-    static constexpr uint32 cComponents = sizeof(Vec) / sizeof(Component);
 
     static Component getComponent(const Vec& vector, uint32 index) {
-        return checkIndex(index, cComponents) ? vector[index] : defaultOf<Component>(Memory::AllocatorPtr());
+        return checkIndex(index, Vec::cComponents) ? vector[index] : defaultOf<Component>(Memory::AllocatorPtr());
     }
     static void setComponent(Vec& vector, uint32 index, Component value) {
-        if (checkIndex(index, cComponents))
+        if (checkIndex(index, Vec::cComponents))
             vector[index] = value;
     }
     static Component getLength(const Vec& vector) { return getDistance(vector, Vec()); }
     static Component getDistance(const Vec& vector, const Vec& other) {
         Exact sum = 0;
-        for (uint32 index = 0; index < cComponents; ++index) {
+        for (uint32 index = 0; index < Vec::cComponents; ++index) {
             const Exact difference = static_cast<Exact>(vector[index]) - static_cast<Exact>(other[index]);
             sum += difference * difference;
         }
@@ -109,13 +123,18 @@ struct BuiltinTraits<Container::Vector<E>> {
     }
 
 private:
-    static void pushBack(List& list, const E& element) { list.push_back(element); }
+    static void pushBack(List& list, const E& element) {
+        tryToChange([&] { list.push_back(element); });
+    }
     static E getElement(const List& list, uint32 index) {
-        return checkIndex(index, list.size()) ? E(list[index]) : defaultOf<E>(list.getAllocator());
+        E element = defaultOf<E>(list.getAllocator());
+        if (checkIndex(index, list.size()))
+            tryToChange([&] { element = list[index]; });
+        return element;
     }
     static void setElement(List& list, uint32 index, const E& element) {
         if (checkIndex(index, list.size()))
-            list[index] = element;
+            tryToChange([&] { list[index] = element; });
     }
     static void removeElement(List& list, int32 index) {
         if (checkIndex(index, list.size()))

@@ -1,25 +1,15 @@
 #include "common/reflection/datatype/internal/numberscanner.h"
 
+#include "common/reflection/datatype/internal/plainnumber.h"
+
 #include <algorithm>
-#include <cfloat>
 #include <charconv>
-#include <iterator>
 #include <limits>
 #include <system_error>
-#include <type_traits>
 
 namespace Tarq::Common::Reflection::Datatype {
 
 namespace {
-
-constexpr double cPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                   1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
-/// The powers of ten up to this one have no rounding error; neither have whole numbers up to two to the power of the
-/// mantissa's digits. One operation on two such numbers gives the nearest result, if it is not made with excess digits.
-template <class Float>
-constexpr int64 cLargestExactPower = std::is_same_v<Float, float> ? 10 : std::size(cPowersOfTen) - 1;
-constexpr bool cComputesExactly = FLT_EVAL_METHOD == 0;
 
 /// What the first digits of a decimal number come to: `mantissa` times ten to the power of `exponent`.
 struct Leading {
@@ -43,11 +33,6 @@ struct Leading {
             }
         }
         return at;
-    }
-    template <class Float>
-    bool isExact() const noexcept {
-        return cComputesExactly && mantissa <= uint64{1} << std::numeric_limits<Float>::digits &&
-               exponent <= cLargestExactPower<Float> && -exponent <= cLargestExactPower<Float>;
     }
 };
 
@@ -140,7 +125,9 @@ template <class Float>
 bool NumberScanner::readNumber(Float& value) noexcept {
     const bool isNegative = readSign();
     Float number = 0;
-    if (!(isHexadecimalPrefix() ? readHexadecimal(number) : readDecimal(number) || readWord(number)))
+    if (const char* const end = takePlain(mAt, mEnd, number))
+        mAt = end;
+    else if (!(isHexadecimalPrefix() ? readHexadecimal(number) : readDecimal(number) || readWord(number)))
         return false;
     value = isNegative ? -number : number;
     return true;
@@ -157,11 +144,8 @@ bool NumberScanner::readDecimal(Float& value) noexcept {
     at = takeExponent(at, mEnd, leading.exponent);
     if (leading.mantissa == 0) {
         value = 0;
-    } else if (leading.isExact<Float>()) {
-        const Float mantissa = static_cast<Float>(leading.mantissa);
-        value = leading.exponent < 0 ? mantissa / static_cast<Float>(cPowersOfTen[-leading.exponent])
-                                     : mantissa * static_cast<Float>(cPowersOfTen[leading.exponent]);
-    } else if (std::from_chars(mAt, at, value).ec == std::errc::result_out_of_range) {
+    } else if (!toNearest(leading.mantissa, leading.exponent, value) &&
+               std::from_chars(mAt, at, value).ec == std::errc::result_out_of_range) {
         value = leading.exponent + leading.digits > 0 ? std::numeric_limits<Float>::infinity() : 0;
     }
     mAt = at;

@@ -1,14 +1,9 @@
 #pragma once
 
-#include "common/reflection/datatype/datatypeid.h"
+#include "common/reflection/function/signature.h"
 #include "common/string.h"
 
-#include <span>
-
 namespace Tarq::Common::Reflection::Function {
-
-/// Types one after the other; in a full signature, the result's comes first.
-using Signature = std::span<const Datatype::DatatypeID>;
 
 /// Whether both are as long and their types are equal at each place, where "Integer32" and "UnsignedInteger32" stand
 /// for each other.
