@@ -13,6 +13,8 @@ std::vector<Case> md5Cases();
 std::vector<Case> bufferedStreamCases();
 std::vector<Case> memoryStreamCases();
 std::vector<Case> serializeCases();
+std::vector<Case> textCases();
+std::vector<Case> functionCases();
 std::vector<Case> logCases();
 std::vector<Case> exceptionCases();
 

@@ -6,5 +6,5 @@ int main(int argc, char** argv) {
     reserveThreadStorage(argv);
     return run(argc, argv,
                {allocatorCases, stringCases, containerCases, sharedPtrCases, lockCases, md5Cases, bufferedStreamCases,
-                memoryStreamCases, serializeCases, logCases, exceptionCases});
+                memoryStreamCases, serializeCases, textCases, functionCases, logCases, exceptionCases});
 }
