@@ -4,11 +4,10 @@
 #include "common/exceptions/invalidstateexception.h"
 #include "common/exceptions/notsupportedexception.h"
 #include "common/exceptions/unauthorizedaccessexception.h"
+#include "common/io/internal/fullpath.h"
 #include "common/io/ioexception.h"
-#include "common/platform/path.h"
 
 #include <algorithm>
-#include <span>
 
 namespace Tarq::Common::IO {
 
@@ -53,13 +52,8 @@ Platform::FileFlag modeFlagsOf(FileStream::FileMode mode) {
 
 /// A name that cannot be made absolute, because the working directory is gone, is told as it is.
 String fullNameOf(const String& name) {
-    String fullName;
-    fullName.resize(name.length() + static_cast<uint32>(Platform::cMaxWorkingDirectoryLength) + 2);
-    const std::size_t length = Platform::makeAbsolutePath(name, {fullName.begin(), fullName.length()});
-    if (length == 0)
-        return name;
-    fullName.resize(static_cast<uint32>(length));
-    return fullName;
+    String fullName = makeFullPath(name);
+    return fullName.empty() ? name : fullName;
 }
 
 FileError openFile(const String& name, Platform::FileFlag flags, Platform::FileHandle& file) {
@@ -88,6 +82,7 @@ void reportOpenError(FileError retVal, const String& name) {
         return;
     case FileError::FILE_ERROR_NONE:
     case FileError::FILE_ERROR_NO_SPACE:
+    case FileError::FILE_ERROR_NOT_EMPTY:
     case FileError::FILE_ERROR_OTHER:
         TARQ_ASSERT_AS("retVal == 0", retVal == FileError::FILE_ERROR_NONE,
                        "Internal error: Unhandled error code from open()");
@@ -136,8 +131,22 @@ void FileStream::open(const String& fileName, FileAccess access, FileMode mode) 
     Platform::FileHandle file = Platform::cNoFile;
     const FileError error = openFile(name, accessFlags | modeFlags, file);
     reportOpenError(error, name);
-    if (error != FileError::FILE_ERROR_NONE)
-        return;
+    if (error == FileError::FILE_ERROR_NONE)
+        adopt(file, name, access, mode);
+}
+
+void FileStream::openTemporary() {
+    close();
+    String name(Platform::cMaxTemporaryPathLength + 1, '\0'); // As above.
+    Platform::FileHandle file = Platform::cNoFile;
+    const FileError error = Platform::openTemporaryFile({name.begin(), name.length()}, file);
+    name.resize(name.find('\0'));
+    reportOpenError(error, name);
+    if (error == FileError::FILE_ERROR_NONE)
+        adopt(file, name, FACCESS_READWRITE, FMODE_CREATE);
+}
+
+void FileStream::adopt(Platform::FileHandle file, String& name, FileAccess access, FileMode mode) noexcept {
     mAccess = access;
     mMode = mode;
     mFile = file;

@@ -76,10 +76,20 @@ public:
     FileMode getMode() const noexcept { return mMode; }
 
 private:
+    friend class FileSystem;
+
+    /// Closes the stream, then opens it on a new temporary file, with `FACCESS_READWRITE` and `FMODE_CREATE`. Throws
+    /// what `open` throws.
+    void openTemporary();
+    void adopt(Platform::FileHandle file, String& name, FileAccess access, FileMode mode) noexcept;
+
     FileAccess mAccess{};
     FileMode mMode{};
     Platform::FileHandle mFile = Platform::cNoFile;
     String mName;
 };
+
+/// How files with several owners are held and handed around.
+using FileStreamPtr = SharedPtr<FileStream, SimpleReferenceCount, StandartObjectPolicy>;
 
 } // namespace Tarq::Common::IO

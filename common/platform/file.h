@@ -2,6 +2,9 @@
 
 #include "common/types.h"
 
+#include <cstddef>
+#include <span>
+
 /// Low-level files: bytes are untranslated, nothing is buffered on this side of the system.
 ///
 /// Threads: any; one handle is used by one thread at a time. No call is given up because a signal came in between.
@@ -34,6 +37,7 @@ enum class FileError : uint32 {
     FILE_ERROR_TOO_MANY_OPEN, ///< the process or the system has no handle left
     FILE_ERROR_INVALID,       ///< the combination of flags or the name is invalid
     FILE_ERROR_NO_SPACE,      ///< the medium, the quota or the largest possible file is full
+    FILE_ERROR_NOT_EMPTY,     ///< the directory holds something
     FILE_ERROR_OTHER,
 };
 
@@ -42,6 +46,19 @@ enum class FileError : uint32 {
 /// Only what has bytes at positions is opened: regular files and devices like them. A directory, a pipe or a terminal
 /// is an access error. Opening never waits for another process.
 FileError openFile(const char* path, FileFlag flags, FileHandle& file) noexcept;
+
+/// The longest path of a temporary file, in characters.
+inline constexpr std::size_t cMaxTemporaryPathLength = 255;
+
+/// Makes a file that nobody else has, in the system's directory for temporary files, and opens it to be read and
+/// written. Only its owner may do that. Nothing removes it.
+///
+/// Stores its path, with a NUL, in `path` (`cMaxTemporaryPathLength` + 1 bytes), and its handle, `cNoFile` after a
+/// failure.
+FileError openTemporaryFile(std::span<char> path, FileHandle& file) noexcept;
+
+/// Removes a file. A directory is not removed; a file that is open may be refused.
+FileError removeFile(const char* path) noexcept;
 
 /// How far a read or a write came.
 struct FileTransfer {

@@ -15,6 +15,9 @@ inline constexpr std::size_t cMaxWorkingDirectoryLength = 4096;
 /// enough) is too short.
 std::size_t getWorkingDirectory(std::span<char> buffer) noexcept;
 
+/// Makes a directory the process's working directory, for all its threads. Returns whether it is that now.
+bool setWorkingDirectory(const char* path) noexcept;
+
 /// Stores the absolute form of `path`, without a NUL, and returns its length.
 ///
 /// The path is only looked at as text: relative ones begin at the working directory, "." and ".." are resolved, doubled

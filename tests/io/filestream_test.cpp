@@ -1,6 +1,8 @@
 #include "common/io/filestream.h"
 
+#include "tests/support/atend.h"
 #include "tests/support/librarytest.h"
+#include "tests/support/refusedcall.h"
 #include "tests/support/streams.h"
 #include "tests/support/temporarydirectory.h"
 
@@ -8,17 +10,11 @@
 #include <csignal>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
-#include <thread>
 
 #include <fcntl.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace Tarq::Common;
@@ -41,26 +37,10 @@ const std::string cAccess =
 void checkOpenErrors(std::initializer_list<int> errors, const std::string& outcome) {
     for (const int error : errors) {
         CAPTURE(error);
-        sock_filter program[] = {
-            BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-            BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 1),
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(error)),
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-        };
-        const sock_fprog filter{std::size(program), program};
-        std::thread([&] {
-            CHECK(prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0);
-            CHECK(prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0);
-            CHECK(outcomeOf([] { FileStream("file", FACCESS_READWRITE, FMODE_OPEN); }) == outcome);
-        }).join();
+        whereRefused({SYS_openat}, error,
+                     [&] { CHECK(outcomeOf([] { FileStream("file", FACCESS_READWRITE, FMODE_OPEN); }) == outcome); });
     }
 }
-
-/// Runs its body at the end of the scope.
-struct AtEnd {
-    std::function<void()> body;
-    ~AtEnd() { body(); }
-};
 
 } // namespace
 

@@ -1,8 +1,13 @@
 #include "common/platform/file.h"
 
+#include "common/platform/posix/fileerror.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,38 +21,6 @@ namespace {
 
 /// One system call moves no more: the 32-bit systems' largest signed size is below 4 GiB.
 constexpr uint32 cMaxTransfer = 0x40000000;
-
-FileError fileErrorOf(int number) noexcept {
-    switch (number) {
-    case ENOENT:
-    case ENOTDIR:
-    case ENAMETOOLONG:
-        return FileError::FILE_ERROR_NOT_FOUND;
-    case EEXIST:
-        return FileError::FILE_ERROR_EXISTS;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-    case EISDIR:
-    case ETXTBSY:
-    case EBUSY:
-    case EAGAIN: // somebody holds a lease on the file
-    case ENXIO:  // a socket, a device without a driver, a pipe that nobody reads
-    case ENODEV:
-        return FileError::FILE_ERROR_ACCESS;
-    case EMFILE:
-    case ENFILE:
-        return FileError::FILE_ERROR_TOO_MANY_OPEN;
-    case EINVAL:
-        return FileError::FILE_ERROR_INVALID;
-    case ENOSPC:
-    case EDQUOT:
-    case EFBIG:
-        return FileError::FILE_ERROR_NO_SPACE;
-    default:
-        return FileError::FILE_ERROR_OTHER;
-    }
-}
 
 /// Repeats a system call that a signal interrupted.
 template <class Call>
@@ -109,6 +82,21 @@ FileError openFile(const char* path, FileFlag flags, FileHandle& file) noexcept 
     fcntl(descriptor, F_SETFL, openFlags & O_APPEND);
     file = descriptor;
     return FileError::FILE_ERROR_NONE;
+}
+
+FileError openTemporaryFile(std::span<char> path, FileHandle& file) noexcept {
+    constexpr std::string_view cPattern = P_tmpdir "/tarq-XXXXXX";
+    static_assert(cPattern.size() <= cMaxTemporaryPathLength);
+    file = uninterrupted([&] {
+        path[cPattern.copy(path.data(), cPattern.size())] = '\0';
+        // Tries names in the place of the X's until one is new, and grants nothing to anybody but the owner.
+        return mkostemp(path.data(), O_CLOEXEC);
+    });
+    return file < 0 ? fileErrorOf(errno) : FileError::FILE_ERROR_NONE;
+}
+
+FileError removeFile(const char* path) noexcept {
+    return unlink(path) == 0 ? FileError::FILE_ERROR_NONE : fileErrorOf(errno);
 }
 
 FileTransfer readFile(FileHandle file, void* dst, uint32 numBytes) noexcept {

@@ -13,6 +13,10 @@ std::size_t getWorkingDirectory(std::span<char> buffer) noexcept {
     return buffer.front() == '/' ? std::string_view(buffer.data()).size() : 0;
 }
 
+bool setWorkingDirectory(const char* path) noexcept {
+    return chdir(path) == 0;
+}
+
 std::size_t makeAbsolutePath(std::string_view path, std::span<char> buffer) noexcept {
     std::size_t length = 0; // "/a/b" has 4 characters here, and "/" has none.
     if (!path.starts_with('/')) {
