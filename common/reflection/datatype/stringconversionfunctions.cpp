@@ -124,16 +124,21 @@ void splitElements(View text, Container::Vector<T>& list) {
 
 void splitElements(View text, Container::Vector<String>& list) {
     static constexpr View cSeparator = "\";\"";
-    // Of a single element, the two quotes are not the same one. Tools see these texts; do not correct them.
-    if (!TARQ_ASSERT_AS("tokens.size() >= 2 && tokens[0] == '\"' && lastToken[lastToken.getLength() - 1] == '\"'",
-                        text.size() >= 2 && text.front() == '"' && text.back() == '"',
-                        "first or last element in the last does not contain necessary \""))
-        return;
-    text = text.substr(1, text.size() - 2);
-    for (std::size_t end = text.find(cSeparator); end != View::npos; end = text.find(cSeparator)) {
-        list.push_back(String(text.substr(0, end), list.getAllocator()));
-        text.remove_prefix(end + cSeparator.size());
+    // The first piece is to begin with a quote, and the last to end with one; of a single piece, those are two.
+    const bool isBegun = text.starts_with('"') && !text.starts_with(cSeparator);
+    if (isBegun) {
+        text.remove_prefix(1);
+        for (std::size_t end = text.find(cSeparator); end != View::npos; end = text.find(cSeparator)) {
+            list.push_back(String(text.substr(0, end), list.getAllocator()));
+            text.remove_prefix(end + cSeparator.size());
+        }
     }
+    // Tools see these texts; do not correct them.
+    if (!TARQ_ASSERT_AS("tokens.size() >= 2 && tokens[0] == '\"' && lastToken[lastToken.getLength() - 1] == '\"'",
+                        isBegun && text.ends_with('"'),
+                        "first or last element in the last does not contain necessary \""))
+        return list.clear();
+    text.remove_suffix(1);
     list.push_back(String(text, list.getAllocator()));
 }
 
@@ -173,6 +178,8 @@ T TextForm<T>::convert(View text, [[maybe_unused]] const AllocatorPtr& allocator
     } else if constexpr (std::is_same_v<T, String>) {
         return String(text, allocator);
     } else if constexpr (std::is_same_v<T, WString>) {
+        if (text.size() > WString::max_size())
+            throw std::length_error("the text is too long for a wide string");
         WString wide(WString::View(), allocator);
         wide.resize(static_cast<uint32>(text.size()));
         std::ranges::transform(text, wide.begin(), widen);

@@ -20,7 +20,8 @@
 ///                                 number has the bits of the signed one.
 ///     float, double               as `atof` reads them, a float through a double
 ///     vectors                     as `sscanf` reads them: "1 2 3", "(1,2,3)" or "(1/2/3)", whichever gives most of the
-///                                 components; the others are 0. An int32 may be octal, "010", or hexadecimal, "0x10".
+///                                 components; the others are 0. An int32 in a vector may be octal, "010", or
+///                                 hexadecimal, "0x10".
 ///     String                      as it stands
 ///     WString                     each byte on its own: what the C library's current locale makes of it, or its value
 ///     containers                  "{a;b;c;d}": empty elements are left out, blanks belong to their element
@@ -37,7 +38,8 @@ concept HasListForm = !std::is_same_v<T, WString>;
 /// Makes values of one element type, and containers of them, from text. Threads: any.
 template <class T>
 struct TextForm {
-    /// The value itself; memory that it holds is of `allocator`. Throws `OutOfMemoryException`.
+    /// The value itself; memory that it holds is of `allocator`. Throws `OutOfMemoryException`, and for a text that is
+    /// longer than a string can be, `std::length_error`.
     static T convert(std::string_view text, const Memory::AllocatorPtr& allocator);
 
     /// A new value in memory of `allocator`, which goes back through the type's `deleteValue`. Null when there is none.

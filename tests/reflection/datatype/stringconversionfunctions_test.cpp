@@ -104,12 +104,17 @@ TEST_CASE_FIXTURE(TextTest, "floating numbers are the nearest to their text, whi
                      1.0000000000000002, "1e23", 1e23, "2.2250738585072011e-308", 2.2250738585072011e-308, "4.9e-324",
                      4.9406564584124654e-324, "2e-324", 0, "1e-99999999999999999999", 0, "0e99999999999999999999", 0,
                      "1.7976931348623159e308", infinity, "-1e99999999999999999999", -infinity, "0x1.8p3", 12, "-0x.8",
-                     -0.5, "0x1p9999", infinity, "0x1p-9999", 0, "0x", 0, "Infinity", infinity, "-inf", -infinity);
+                     -0.5, "0x1p9999", infinity, "0x1p-9999", 0, "0x1p+-5", 1, "0x0.0p9999", 0, "0x", 0, "Infinity",
+                     infinity, "-inf", -infinity);
     // Through a double; a component of a vector takes the direct way.
     checkAll<float>("0.1", 0.1F, "16777217", 16777216.0F, "1.000000059604644775390626", 1.0F, "3.4028236e38", cInfinity,
                     "-1e39", -cInfinity);
     checkAll<Vec2f>("1.000000059604644775390626 16777217", Vec2f{1.00000012F, 16777216.0F}, "1e39 1e-46",
                     Vec2f{cInfinity, 0});
+    const std::string zeros(300, '0');
+    CHECK(parse<double>("0x0." + zeros + "1") == 0);
+    CHECK(parse<double>("0x1" + zeros + "p-5") == infinity);
+    CHECK(parse<double>("0x1" + zeros + "p-1200") == 1);
     CHECK(std::isnan(parse<double>("NaN")));
     CHECK(std::signbit(parse<double>("-0")));
 }
@@ -118,14 +123,15 @@ TEST_CASE_FIXTURE(TextTest, "a vector has the form of which most components can 
     checkAll<Vec2f>("1.5 2", Vec2f{1.5F, 2}, " 1.5\n\t2", Vec2f{1.5F, 2}, "(1.5,2)", Vec2f{1.5F, 2}, "(1.5/2",
                     Vec2f{1.5F, 2}, "( 1.5, 2)", Vec2f{1.5F, 2}, "(1.5 ,2)", Vec2f{1.5F, 0}, " (1.5,2)", Vec2f{0, 0},
                     "7", Vec2f{7, 0}, "7,8", Vec2f{7, 0}, "1-2", Vec2f{1, -2}, "1e 2", Vec2f{1, 2}, "0x 2", Vec2f{0, 0},
-                    "0x. 2", Vec2f{0, 2}, "0x1p+ 2", Vec2f{1, 2}, "(", Vec2f{0, 0}, "", Vec2f{0, 0}, "abc",
-                    Vec2f{0, 0});
+                    "0x. 2", Vec2f{0, 2}, "0x1p+ 2", Vec2f{1, 2}, "0x1p3p 2", Vec2f{8, 0}, "(", Vec2f{0, 0}, "",
+                    Vec2f{0, 0}, "abc", Vec2f{0, 0});
     checkAll<Vec2d>("0.1 1e400", Vec2d{0.1, cInfinity}, "(0.1/-2.5)", Vec2d{0.1, -2.5});
     checkAll<Vec2i>("0x10 010", Vec2i{16, 8}, "(-0X7f/-0)", Vec2i{-127, 0}, "08 9", Vec2i{0, 8}, "0x 5", Vec2i{0, 5},
                     "1.5 2", Vec2i{1, 0}, "99999999999999999999 -99999999999999999999", Vec2i{-1, 0},
                     "0xFFFFFFFFFFFFFFFFF 4294967298", Vec2i{-1, 2});
     checkAll<Vec2u>("-1 4294967295", Vec2u{4294967295U, 4294967295U}, "99999999999999999999 -99999999999999999999",
-                    Vec2u{4294967295U, 4294967295U}, "0x10 010", Vec2u{0, 0}, "(010,3)", Vec2u{10, 3});
+                    Vec2u{4294967295U, 4294967295U}, "-18446744073709551615 2", Vec2u{1, 2}, "0x10 010", Vec2u{0, 0},
+                    "(010,3)", Vec2u{10, 3});
     checkAll<Vec3f>("1 2 3", Vec3f{1, 2, 3}, "(1,2,3)", Vec3f{1, 2, 3}, "(1/2/3)", Vec3f{1, 2, 3}, "(1,2/3)",
                     Vec3f{1, 2, 0}, "(1/2,3)", Vec3f{1, 2, 0});
     checkAll<Vec3d>("1 2", Vec3d{1, 2, 0}, "(1/2/3)", Vec3d{1, 2, 3});
@@ -179,8 +185,9 @@ TEST_CASE_FIXTURE(TextTest, "a list of strings is taken apart at its quotes alon
         checkList<String>("{", {});
         checkList<String>("\"a\"", {});
     }
-    const ExpectedAssertion noQuotes(cNoQuotes, cConversionFile, 5);
-    for (const char* const text : {"{}", "{\"}", "{a;b}", "{\"a}", "{a\"}"})
+    const ExpectedAssertion noQuotes(cNoQuotes, cConversionFile, 9);
+    for (const char* const text :
+         {"{}", "{\"}", "{a;b}", "{\"a}", "{a\"}", "{\"a\";\"}", "{\"\";\"}", "{\";\"}", "{\";\";\"x\"}"})
         checkList<String>(text, {});
 }
 

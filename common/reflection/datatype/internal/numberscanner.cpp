@@ -45,10 +45,10 @@ bool isHexadecimalDigit(char c) noexcept {
     return CharacterTraits<char>::isDigit(c) || (lower >= 'a' && lower <= 'f');
 }
 
-/// Adds the exponent that a decimal number may have, a million at most. Returns the end of the number.
-const char* takeExponent(const char* at, const char* end, int64& exponent) noexcept {
+/// Adds the exponent that a number may have behind this letter, a million at most. Returns the end of the number.
+const char* takeExponent(const char* at, const char* end, char letter, int64& exponent) noexcept {
     static constexpr int64 cLimit = 1000000;
-    if (at == end || CharacterTraits<char>::toLower(*at) != 'e')
+    if (at == end || CharacterTraits<char>::toLower(*at) != letter)
         return at;
     const bool isNegative = ++at != end && *at == '-';
     if (at != end && isSign(*at))
@@ -76,7 +76,7 @@ bool NumberScanner::readUnsigned(uint64& value, Notation notation) noexcept {
     Magnitude magnitude;
     if (!readMagnitude(magnitude, notation))
         return false;
-    const bool wraps = magnitude.isNegative && magnitude.value != std::numeric_limits<uint64>::max();
+    const bool wraps = magnitude.isNegative && !magnitude.isSaturated;
     value = wraps ? 0 - magnitude.value : magnitude.value;
     return true;
 }
@@ -92,6 +92,7 @@ bool NumberScanner::readFloating(double& value) noexcept {
 bool NumberScanner::readMagnitude(Magnitude& magnitude, Notation notation) noexcept {
     static constexpr std::ptrdiff_t cSafeDigits = 19;
     magnitude.isNegative = readSign();
+    magnitude.isSaturated = false;
     if (notation == NOTATION_ANY && peek(0) == '0') {
         int base = 8;
         if (isHexadecimalPrefix()) {
@@ -100,7 +101,7 @@ bool NumberScanner::readMagnitude(Magnitude& magnitude, Notation notation) noexc
         }
         const auto [end, error] = std::from_chars(mAt, mEnd, magnitude.value, base);
         if (error == std::errc::result_out_of_range)
-            magnitude.value = std::numeric_limits<uint64>::max();
+            magnitude.saturate();
         else if (error != std::errc())
             magnitude.value = 0;
         mAt = end;
@@ -114,8 +115,10 @@ bool NumberScanner::readMagnitude(Magnitude& magnitude, Notation notation) noexc
     if (at == mAt)
         return false;
     if (at == mAt + cSafeDigits) {
-        magnitude.value = std::numeric_limits<uint64>::max();
-        at = std::from_chars(mAt, mEnd, magnitude.value).ptr;
+        const auto [end, error] = std::from_chars(mAt, mEnd, magnitude.value);
+        if (error == std::errc::result_out_of_range)
+            magnitude.saturate();
+        at = end;
     }
     mAt = at;
     return true;
@@ -141,7 +144,7 @@ bool NumberScanner::readDecimal(Float& value) noexcept {
         at = leading.take(at + 1, mEnd, -1);
     if (!leading.hasDigits)
         return false;
-    at = takeExponent(at, mEnd, leading.exponent);
+    at = takeExponent(at, mEnd, 'e', leading.exponent);
     if (leading.mantissa == 0) {
         value = 0;
     } else if (!toNearest(leading.mantissa, leading.exponent, value) &&
@@ -160,14 +163,24 @@ bool NumberScanner::readHexadecimal(Float& value) noexcept {
         return hasPoint;
     }
     const char* const digits = mAt + 2;
-    const auto [end, error] = std::from_chars(digits, mEnd, value, std::chars_format::hex);
-    if (error == std::errc::result_out_of_range) {
-        const bool isSmall = std::find(digits, end, '-') != end;
-        value = isSmall ? 0 : std::numeric_limits<Float>::infinity();
+    const char* at = digits;
+    bool isZero = true;
+    bool isBehindPoint = false;
+    int64 exponent = 0; // of two, by the place of the first digit that counts
+    for (; at != mEnd && (isHexadecimalDigit(*at) || (*at == '.' && !isBehindPoint)); ++at) {
+        if (*at == '.') {
+            isBehindPoint = true;
+            continue;
+        }
+        isZero = isZero && *at == '0';
+        if (isZero == isBehindPoint)
+            exponent += isBehindPoint ? -4 : 4;
     }
-    mAt = end;
-    if (Traits::toLower(peek(0)) == 'p')
-        mAt += isSign(peek(1)) ? 2 : 1;
+    mAt = takeExponent(at, mEnd, 'p', exponent);
+    if (isZero)
+        value = 0;
+    else if (std::from_chars(digits, mAt, value, std::chars_format::hex).ec == std::errc::result_out_of_range)
+        value = exponent > 0 ? std::numeric_limits<Float>::infinity() : 0;
     return true;
 }
 

@@ -42,6 +42,12 @@ private:
     struct Magnitude {
         uint64 value;
         bool isNegative;
+        bool isSaturated; ///< too large, whatever its sign
+
+        void saturate() noexcept {
+            value = static_cast<uint64>(-1);
+            isSaturated = true;
+        }
     };
 
     bool readMagnitude(Magnitude& magnitude, Notation notation) noexcept;
