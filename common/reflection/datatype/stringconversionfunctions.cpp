@@ -3,8 +3,8 @@
 #include "common/debug/assert.h"
 #include "common/memory/allocate.h"
 #include "common/memory/memoryexception.h"
-#include "common/reflection/datatype/internal/numberscanner.h"
-#include "common/reflection/datatype/internal/plainnumber.h"
+#include "common/utility/internal/numberscanner.h"
+#include "common/utility/internal/plainnumber.h"
 
 #include <algorithm>
 #include <concepts>
@@ -27,20 +27,10 @@ struct VectorForm {
 };
 constexpr VectorForm cVectorForms[] = {{'\0', '\0'}, {'(', ','}, {'(', '/'}};
 
+/// Only numbers with a sign may be octal or hexadecimal.
 template <class C>
-bool scanComponent(NumberScanner& scanner, C& component) noexcept {
-    std::conditional_t<std::floating_point<C>, C, std::conditional_t<std::is_signed_v<C>, int64, uint64>> number = 0;
-    bool isFound = false;
-    if constexpr (std::floating_point<C>)
-        isFound = scanner.readFloating(number);
-    else if constexpr (std::is_signed_v<C>)
-        isFound = scanner.readSigned(number, NumberScanner::NOTATION_ANY);
-    else
-        isFound = scanner.readUnsigned(number, NumberScanner::NOTATION_DECIMAL);
-    if (isFound)
-        component = static_cast<C>(number);
-    return isFound;
-}
+constexpr NumberScanner::Notation cNotation =
+    std::is_signed_v<C> ? NumberScanner::NOTATION_ANY : NumberScanner::NOTATION_DECIMAL;
 
 template <class Vec>
 constexpr uint32 cComponents = sizeof(Vec) / sizeof(Vec::mX);
@@ -54,7 +44,7 @@ uint32 scanVector(View text, const VectorForm& form, Vec& vector) noexcept {
     for (uint32 index = 0; index < cComponents<Vec>; ++index) {
         if (index != 0 && form.separator != '\0' && !scanner.skip(form.separator))
             return index;
-        if (!scanComponent(scanner, vector[index]))
+        if (!scanner.read(vector[index], cNotation<decltype(Vec::mX)>))
             return index;
     }
     return cComponents<Vec>;

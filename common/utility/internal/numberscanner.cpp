@@ -1,13 +1,13 @@
-#include "common/reflection/datatype/internal/numberscanner.h"
+#include "common/utility/internal/numberscanner.h"
 
-#include "common/reflection/datatype/internal/plainnumber.h"
+#include "common/utility/internal/plainnumber.h"
 
 #include <algorithm>
 #include <charconv>
 #include <limits>
 #include <system_error>
 
-namespace Tarq::Common::Reflection::Datatype {
+namespace Tarq::Common {
 
 namespace {
 
@@ -213,4 +213,4 @@ bool NumberScanner::isWord(std::string_view lowerCase) const noexcept {
            std::equal(lowerCase.begin(), lowerCase.end(), mAt, [](char a, char b) { return a == Traits::toLower(b); });
 }
 
-} // namespace Tarq::Common::Reflection::Datatype
+} // namespace Tarq::Common

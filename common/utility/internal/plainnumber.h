@@ -12,7 +12,7 @@
 
 /// The numbers that texts are full of: short, and without anything special. All of this is inline and gives up at once
 /// at anything else, which is left to the `NumberScanner`.
-namespace Tarq::Common::Reflection::Datatype {
+namespace Tarq::Common {
 
 /// Up to eight decimal digits in one word, the first in the lowest byte: checked and added up all together, in steps
 /// that do not depend on how many they are. A loop over them would cost more in wrong guesses at its end than in work.
@@ -159,4 +159,4 @@ inline bool convertPlain(std::string_view text, double& number) noexcept {
     return true;
 }
 
-} // namespace Tarq::Common::Reflection::Datatype
+} // namespace Tarq::Common

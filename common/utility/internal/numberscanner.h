@@ -3,10 +3,12 @@
 #include "common/string.h"
 #include "common/types.h"
 
+#include <concepts>
 #include <cstddef>
 #include <string_view>
+#include <type_traits>
 
-namespace Tarq::Common::Reflection::Datatype {
+namespace Tarq::Common {
 
 /// Reads numbers off a text with the rules of the C library in its "C" locale: the longest number that begins behind
 /// any white space. An "e" or "p" that no exponent follows, and the "0x" of a whole number without digits, are behind
@@ -27,6 +29,23 @@ public:
     /// A number beyond the range becomes infinite; one too close to 0 becomes 0.
     bool readFloating(float& value) noexcept;
     bool readFloating(double& value) noexcept;
+    /// A number of any kind. Of a whole one, the lowest bits of what 64 bits hold count.
+    template <class Number>
+    bool read(Number& value, [[maybe_unused]] Notation notation) noexcept {
+        if constexpr (std::floating_point<Number>) {
+            return readFloating(value);
+        } else {
+            std::conditional_t<std::is_signed_v<Number>, int64, uint64> widest = 0;
+            bool isFound = false;
+            if constexpr (std::is_signed_v<Number>)
+                isFound = readSigned(widest, notation);
+            else
+                isFound = readUnsigned(widest, notation);
+            if (isFound)
+                value = static_cast<Number>(widest);
+            return isFound;
+        }
+    }
 
     /// Goes past the character if it is next.
     bool skip(char c) noexcept {
@@ -71,4 +90,4 @@ private:
     const char* mEnd;
 };
 
-} // namespace Tarq::Common::Reflection::Datatype
+} // namespace Tarq::Common
