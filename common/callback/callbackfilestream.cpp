@@ -27,17 +27,14 @@ CallbackFileStream::~CallbackFileStream() {
 }
 
 void CallbackFileStream::open(const String& fileName, FileAccess access) {
-    if (&fileName == &mName) {
-        // Closing would empty the very name that is to be opened.
-        String ownName;
-        ownName.swap(mName);
-        CallbackFileStream::open(ownName, access);
-        return;
-    }
+    String name;
+    if (&fileName == &mName)
+        name.swap(mName); // Closing would empty the very name that is to be opened.
     close();
     if (!mFileIO)
         throw new IO::IOException("CallbackFileStream: Unknown file open error");
-    String name(fileName); // Once the file is open, nothing can fail any more.
+    if (name.empty())
+        name = fileName; // Once the file is open, nothing can fail any more.
     mHandle = openByHost(name, access);
     mName.swap(name);
     mAccess = access;
@@ -58,10 +55,11 @@ FileIOCallback::FileHandle CallbackFileStream::openByHost(const String& fileName
 }
 
 void CallbackFileStream::close() {
-    if (isClosed())
+    if (!mFileIO)
         return;
-    mFileIO->closeFile(mHandle);
-    mHandle = mFileIO->getInvalidHandle();
+    if (mFileIO->isValidHandle(mHandle))
+        mFileIO->closeFile(mHandle);
+    mHandle = mFileIO->getInvalidHandle(); // The host may give a handle that it has dropped to another file.
     mName.clear();
     mAccess = {};
 }
@@ -123,11 +121,11 @@ void CallbackFileStream::write(const void* src, uint64 numBytes) {
                                         "srcBuffer");
     const auto asked = static_cast<uint32>(numBytes);
     const int32 writtenBytes = mFileIO->writeFile(src, asked, mHandle);
+    if (writtenBytes == FileIOCallback::FIOERR_DISKFULL)
+        throw new IO::OutOfSpaceException("CallbackFileStream: Cannot write to file, disk full.");
     // From 2 GiB on, the host's number is negative.
     if (static_cast<uint32>(writtenBytes) == asked)
         return;
-    if (writtenBytes == FileIOCallback::FIOERR_DISKFULL)
-        throw new IO::OutOfSpaceException("CallbackFileStream: Cannot write to file, disk full.");
     TARQ_FAIL("Internal error: Unhandeled error condition during write."); // Tools see this text; do not correct it.
 }
 

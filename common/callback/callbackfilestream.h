@@ -35,18 +35,19 @@ public:
     /// Throws `ArgumentNullException` when `dst` is null, for 0 bytes too.
     uint64 read(void* dst, uint64 numBytes) override;
     /// Throws `ArgumentNullException` when `src` is null, for 0 bytes too, and `OutOfSpaceException`. Asserts anything
-    /// else that is not the number of bytes.
+    /// else that is not the number of bytes, and returns; how many were written is not known then.
     void write(const void* src, uint64 numBytes) override;
     /// Throws `ArgumentOutOfRangeException` for a target before the start. Asserts any other refusal, and returns 0.
     uint64 seek(int64 offset, SeekOrigin origin) override;
-    /// Does nothing, on a closed stream too: the host keeps nothing back.
+    /// Does nothing, on a closed stream too: the host has no such operation.
     void flush() override;
     void close() override;
 
     /// Closes the stream, then lets the host open the file; a failure leaves the stream closed.
     ///
     /// Throws `UnAuthorizedAccessException`, `FileNotFoundException`, and `IOException` for any other refusal, also
-    /// when the host calls the handle of the file that it has opened invalid.
+    /// when the host calls the handle of the file that it has opened invalid. The host gets an unknown access as it is;
+    /// the stream can neither be read nor written then.
     virtual void open(const String& fileName, FileAccess access);
 
 private:

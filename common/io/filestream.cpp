@@ -117,17 +117,14 @@ FileStream::~FileStream() {
 }
 
 void FileStream::open(const String& fileName, FileAccess access, FileMode mode) {
-    if (&fileName == &mName) {
-        // Closing would empty the very name that is to be opened.
-        String ownName;
-        ownName.swap(mName);
-        FileStream::open(ownName, access, mode);
-        return;
-    }
+    String name;
+    if (&fileName == &mName)
+        name.swap(mName); // Closing would empty the very name that is to be opened.
     close();
     const Platform::FileFlag accessFlags = accessFlagsOf(access);
     const Platform::FileFlag modeFlags = modeFlagsOf(mode);
-    String name(fileName); // Once the file is open, nothing can fail any more.
+    if (name.empty())
+        name = fileName; // Once the file is open, nothing can fail any more.
     Platform::FileHandle file = Platform::cNoFile;
     const FileError error = openFile(name, accessFlags | modeFlags, file);
     reportOpenError(error, name);

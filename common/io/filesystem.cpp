@@ -17,10 +17,10 @@ using Platform::FileError;
 
 namespace {
 
-/// What a path consists of. The last three never overlap.
+/// What a path consists of. `name` and `extension` are the two halves of `fileName`.
 struct PathParts {
     std::string_view directory; ///< with the drive in front, and the separator at the end
-    std::string_view fileName;  ///< the name and the extension
+    std::string_view fileName;
     std::string_view name;
     std::string_view extension; ///< with its dot
 };

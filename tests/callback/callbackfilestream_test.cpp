@@ -23,6 +23,10 @@ const std::string cUnknownError = "IOException: CallbackFileStream: Unknown file
 /// A host with one file, that answers as it is told, and keeps a record of what it is asked to do.
 class ScriptedHost : public FileIOCallback {
 public:
+    ~ScriptedHost() override {
+        if (mLastCalls)
+            *mLastCalls = takeCalls();
+    }
     bool isValidHandle(FileHandle handle) override { return handle != cNoHandle && mKnowsHandle; }
     FileHandle getInvalidHandle() override { return cNoHandle; }
     int32 openFile(FileHandle& handle, const String& fileName, FileAccess access) override {
@@ -53,6 +57,7 @@ public:
 
     std::optional<int64> mAnswer; ///< what the next calls return; without one they do what they are asked
     bool mKnowsHandle = true;
+    Texts* mLastCalls = nullptr; ///< gets the record when the host goes
 
 private:
     int32 transfer(const std::string& call, uint32 numBytes, FileHandle handle) {
@@ -90,7 +95,6 @@ TEST_CASE_FIXTURE(LibraryTest, "a stream of the host is open from a successful o
     const ScriptedHostPtr host = makeHost();
     {
         CallbackFileStream stream(host);
-        CHECK(host.getReferenceCount() == 2);
         checkClosed(stream);
         CHECK(host->takeCalls().empty());
         for (const auto access : {FACCESS_READ, FACCESS_READWRITE, FACCESS_WRITE}) {
@@ -118,12 +122,25 @@ TEST_CASE_FIXTURE(LibraryTest, "a stream of the host is open from a successful o
         CHECK(host->takeCalls() == Texts{"open first 1", "close 5", again + "9", "close 5", again + "1"});
     }
     CHECK(host->takeCalls() == Texts{"close 5"});
-    CHECK(host.getReferenceCount() == 1);
     CallbackFileStream forgotten(host);
     forgotten.open("a.bin", FACCESS_READWRITE);
     host->mKnowsHandle = false;
     checkClosed(forgotten);
+    host->mKnowsHandle = true;
+    checkClosed(forgotten);
     CHECK(host->takeCalls() == Texts{"open a.bin 2"});
+}
+
+TEST_CASE_FIXTURE(LibraryTest, "the last stream closes its file, then deletes the host") {
+    Texts calls;
+    {
+        auto* const host = new ScriptedHost;
+        host->mLastCalls = &calls;
+        CallbackFileStream stream{ScriptedHostPtr(host)};
+        stream.open("file", FACCESS_READ);
+        CHECK(calls.empty());
+    }
+    CHECK(calls == Texts{"open file 1", "close 5"});
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a failed open leaves the stream closed, whatever the host did to the handle") {
@@ -159,15 +176,19 @@ TEST_CASE_FIXTURE(LibraryTest, "a failed open leaves the stream closed, whatever
     const auto missing = catchThrown<IO::FileNotFoundException>([&] { stream.open("a.bin", FACCESS_READ); });
     CHECK((missing->getFileName() == "a.bin" && missing->getFullFileName() == "host:/a.bin"));
     host->mAnswer.reset();
+    stream.open("old", FACCESS_READ);
     host->mKnowsHandle = false;
     CHECK(outcomeOf([&] { stream.open("a.bin", FACCESS_READ); }) == cUnknownError);
+    host->mKnowsHandle = true; // of the old file, or of the new one: neither is the stream's any more
+    checkClosed(stream);
+    stream.open("old", FACCESS_READ);
     host->takeCalls();
     const String name(300, 'x'); // so long that a copy is a block of the host's
     getMemory().failAfter(0);
     catchThrown<Memory::OutOfMemoryException>([&] { stream.open(name, FACCESS_READ); });
     getMemory().failNever();
     checkClosed(stream);
-    CHECK(host->takeCalls().empty());
+    CHECK(host->takeCalls() == Texts{"close 5"});
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "what a stream's access forbids is refused before the buffer is looked at") {
@@ -191,6 +212,7 @@ TEST_CASE_FIXTURE(LibraryTest, "what the host answers to a read, a write or a se
     constexpr uint64 cGiB = uint64{1} << 30;
     const std::string file = "common/callback/callbackfilestream: \nError Message: ";
     const std::string writeError = file + "Internal error: Unhandeled error condition during write.";
+    const std::string diskFull = "OutOfSpaceException: CallbackFileStream: Cannot write to file, disk full.";
     const std::string seekError = file + "Unhandled error condition from seekFile callback.";
     struct Case {
         const char* operation;
@@ -210,7 +232,9 @@ TEST_CASE_FIXTURE(LibraryTest, "what the host answers to a read, a write or a se
         {"write", 4, {}, 0, "", "write 4 5"},
         {"write", 4, 3, 0, writeError, "write 4 5"},
         {"write", 4, -1, 0, writeError, "write 4 5"},
-        {"write", 4, -5, 0, "OutOfSpaceException: CallbackFileStream: Cannot write to file, disk full.", "write 4 5"},
+        {"write", 4, 0, 0, writeError, "write 4 5"},
+        {"write", 4, -5, 0, diskFull, "write 4 5"},
+        {"write", 0xFFFFFFFB, -5, 0, diskFull, "write 4294967291 5"},
         {"write", 4 * cGiB + 6, {}, 0, "", "write 6 5"},
         {"write", 3 * cGiB, {}, 0, "", "write 3221225472 5"},
         {"seek", 4, 5 * cGiB, 5 * cGiB, "", "seek 4 7 5"},
@@ -241,6 +265,11 @@ TEST_CASE_FIXTURE(LibraryTest, "what the host answers to a read, a write or a se
         CHECK(result == each.result);
         CHECK((byte == 'r') == (operation == "read"));
         CHECK(host->takeCalls() == Texts{each.call});
+    }
+    for (const auto origin : {SORIGIN_CURRENT, SORIGIN_END, SORIGIN_BEGIN}) {
+        host->mAnswer = origin;
+        CHECK(stream.seek(-5 * static_cast<int64>(cGiB), origin) == static_cast<uint64>(origin));
+        CHECK(host->takeCalls() == Texts{"seek -5368709120 " + std::to_string(origin) + " 5"});
     }
 }
 

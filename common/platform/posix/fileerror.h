@@ -12,6 +12,8 @@ inline FileError fileErrorOf(int number) noexcept {
     case ENOENT:
     case ENOTDIR:
     case ENAMETOOLONG:
+    case ELOOP:  // symbolic links that lead nowhere
+    case EILSEQ: // bytes that are no name on this medium
         return FileError::FILE_ERROR_NOT_FOUND;
     case EEXIST:
         return FileError::FILE_ERROR_EXISTS;

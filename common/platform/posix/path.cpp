@@ -7,7 +7,8 @@
 namespace Tarq::Common::Platform {
 
 std::size_t getWorkingDirectory(std::span<char> buffer) noexcept {
-    if (!getcwd(buffer.data(), buffer.size()))
+    // Without a buffer, the call may make one.
+    if (buffer.empty() || !getcwd(buffer.data(), buffer.size()))
         return 0;
     // A directory outside of the process's root is told in a form that is no path.
     return buffer.front() == '/' ? std::string_view(buffer.data()).size() : 0;
