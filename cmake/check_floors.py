@@ -12,7 +12,7 @@ import re
 import sys
 
 # From the ground up. A line is a floor, a pattern in it is a room; a file belongs to the first room that it matches.
-STREAMS = r"common/io/(?!filesystem|packed)|common/memory/memorystream|common/callback/(fileio|callbackfile)"
+STREAMS = r"common/io/(?!filesystem|packed|internal/packed)|common/memory/memorystream|common/callback/(fileio|callbackfile)"
 FLOORS = [
     [r"common/platform/|common/(types|export)\.h"],
     [

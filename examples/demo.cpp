@@ -9,8 +9,8 @@
 // Ends with 0; with 1 when a file could not be read, a digest could not be written or memory was left; with 2 when
 // there is no such directory.
 
-#include "consolelistener.h"
-#include "countingmemory.h"
+#include "support/consolelistener.h"
+#include "support/countingmemory.h"
 
 #include "common/container/idvector.h"
 #include "common/crypto/md5builder.h"

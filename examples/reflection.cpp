@@ -6,10 +6,10 @@
 //
 // Ends with 0, with 1 when a call could not be made, and with 2 when the second world is not like the first.
 
-#include "calls.h"
-#include "colour.h"
-#include "consolelistener.h"
-#include "world.h"
+#include "reflection/calls.h"
+#include "reflection/colour.h"
+#include "reflection/world.h"
+#include "support/consolelistener.h"
 
 #include "common/interface.h"
 #include "common/memory/memorystream.h"

@@ -108,6 +108,7 @@ bool skipAndRead(Storage& storage, const IO::Stream& stream) {
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     Interface::initLibrary({});
     Interface::setAssertCallback(Callback::AssertCallbackPtr(new IgnoringCallback));
+    std::atexit(Interface::closeLibrary);
     return 0;
 }
 

@@ -61,6 +61,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     Interface::setAssertCallback(Callback::AssertCallbackPtr(new IgnoringCallback));
     Interface::initLibrary(nullptr);
     ReflectionInterface::init(Datatype::DatatypeManagerPtr(new (Library::getTempAlloc()) Datatype::DatatypeManager));
+    std::atexit([] {
+        ReflectionInterface::close();
+        Interface::closeLibrary();
+    });
     return 0;
 }
 
