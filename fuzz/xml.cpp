@@ -68,10 +68,13 @@ std::string outcomeOf(Parse parse) {
 }
 
 /// Whether the tree, when it is written, is read as the same one. What an element is depends on the first '>', so none
-/// may be in a value; and a text that a NUL has cut may be blank.
+/// may be in a value; a text that a NUL has cut may be blank; and what has a line break behind "<xi:include" gets a
+/// space, so that it includes something.
 bool isSameWhenWritten(const XMLNode* root) {
     const XMLNode* node = root;
     while (node) {
+        if (std::string_view(node->name) == "xi:include" && !node->attributes.empty())
+            return false;
         for (const auto& [name, value] : node->attributes) {
             if (std::strchr(value, '>'))
                 return false;

@@ -8,7 +8,8 @@ namespace Tarq::Common::Parser::XML {
 
 /// Writes trees as text: a line for each tag, with a tab for each level, and a text on the line of its tags.
 ///
-/// Names, values and texts are written as they are: those that an `XMLParser` has read come out as they went in.
+/// Names, values and texts are written as they are: those that an `XMLParser` has read come out as they went in. Only
+/// `<xi:include` with a line break or a tab behind it, which includes nothing, gets the space with which it does.
 /// Comments, declarations, values that a repeated attribute had before, and the order of attributes are not in a tree.
 ///
 /// A tree that was built may come back as another one, or not at all: "<" in a text, ">" or a double quote in a value,
