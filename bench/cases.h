@@ -17,6 +17,7 @@ std::vector<Case> serializeCases();
 std::vector<Case> xmlCases();
 std::vector<Case> textCases();
 std::vector<Case> functionCases();
+std::vector<Case> formulaCases();
 std::vector<Case> logCases();
 std::vector<Case> exceptionCases();
 

@@ -1,8 +1,8 @@
 #include "bench/cases.h"
 #include "bench/cxx17/rttrcalls.h"
+#include "bench/registry.h"
 #include "common/library.h"
 #include "common/reflection/function/functionbinding.h"
-#include "common/reflection/reflectioninterface.h"
 
 #include <string>
 #include <vector>
@@ -75,17 +75,6 @@ public:
     }
 
 private:
-    /// The registry of types.
-    struct Reflection {
-        Reflection() {
-            const auto& allocator = Common::Library::getTempAlloc();
-            ReflectionInterface::init(Datatype::DatatypeManagerPtr(new (allocator) Datatype::DatatypeManager));
-        }
-        ~Reflection() { ReflectionInterface::close(); }
-        Reflection(const Reflection&) = delete;
-        Reflection& operator=(const Reflection&) = delete;
-    };
-
     double call(Function::FunctionID id, int32 count, float factor, double offset) {
         mArguments.set(0, count);
         mArguments.set(1, factor);
@@ -95,7 +84,7 @@ private:
         return result;
     }
 
-    const Reflection mReflection;
+    const Registry mRegistry;
     const Common::Memory::AllocatorPtr& mAllocator = Common::Library::getTempAlloc();
     const Function::FunctionRegistrar::Types mSignature{
         mAllocator,

@@ -6,9 +6,9 @@
 //
 // Ends with 0, with 1 when a call could not be made, and with 2 when the second world is not like the first.
 
-#include "reflection/calls.h"
-#include "reflection/colour.h"
 #include "reflection/world.h"
+#include "support/calls.h"
+#include "support/colour.h"
 #include "support/consolelistener.h"
 
 #include "common/interface.h"

@@ -5,7 +5,7 @@
 #include "support/errorreport.h"
 #include "support/interrupt.h"
 #include "support/newfile.h"
-#include "xml/xmldocument.h"
+#include "support/xmldocument.h"
 
 #include "common/memory/memorystream.h"
 #include "common/parser/xml/xmlwriter.h"

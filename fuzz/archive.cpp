@@ -1,7 +1,7 @@
 #include "common/exceptions/exception.h"
-#include "common/interface.h"
 #include "common/io/packedstreamdictionary.h"
 #include "common/memory/memorystream.h"
+#include "fuzz/library.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -17,12 +17,6 @@ using IO::PackedStreamDictionary;
 using enum IO::Stream::SeekOrigin;
 
 namespace {
-
-/// The header and the table may be cut off, which is asserted.
-class IgnoringCallback : public Callback::AssertCallback {
-public:
-    void showAssert(const char*, const char*, unsigned int) override {}
-};
 
 void require(bool holds) {
     if (!holds)
@@ -65,9 +59,7 @@ std::string addFirstOf(PackedStreamDictionary& archive, const std::map<std::stri
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    Interface::initLibrary({});
-    Interface::setAssertCallback(Callback::AssertCallbackPtr(new IgnoringCallback));
-    std::atexit(Interface::closeLibrary);
+    Tarq::Fuzz::bringUp();
     return 0;
 }
 

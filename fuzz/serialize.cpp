@@ -1,7 +1,7 @@
 #include "common/exceptions/exception.h"
-#include "common/interface.h"
 #include "common/memory/memorystream.h"
 #include "common/serialize/binaryserializestorage.h"
+#include "fuzz/library.h"
 
 #include <cstdlib>
 
@@ -12,12 +12,6 @@ using Serialize::BinarySerializeStorage;
 using Storage = Serialize::SerializeStorage;
 
 namespace {
-
-/// A stream without types has an assertion for those who ask for one.
-class IgnoringCallback : public Callback::AssertCallback {
-public:
-    void showAssert(const char*, const char*, unsigned int) override {}
-};
 
 /// Runs `body`, and returns false when it ends in an exception. What else is thrown ends the process.
 template <class Body>
@@ -106,9 +100,7 @@ bool skipAndRead(Storage& storage, const IO::Stream& stream) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    Interface::initLibrary({});
-    Interface::setAssertCallback(Callback::AssertCallbackPtr(new IgnoringCallback));
-    std::atexit(Interface::closeLibrary);
+    Tarq::Fuzz::bringUp();
     return 0;
 }
 

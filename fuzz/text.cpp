@@ -1,8 +1,8 @@
-#include "common/interface.h"
 #include "common/library.h"
 #include "common/memory/memorystream.h"
 #include "common/reflection/reflectioninterface.h"
 #include "common/serialize/binaryserializestorage.h"
+#include "fuzz/library.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -18,12 +18,6 @@ using Serialize::BinarySerializeStorage;
 namespace {
 
 constexpr auto cByteOrder = Platform::Endian::ENDIAN_LITTLE;
-
-/// Lists without braces have an assertion.
-class IgnoringCallback : public Callback::AssertCallback {
-public:
-    void showAssert(const char*, const char*, unsigned int) override {}
-};
 
 void store(const Datatype::DatatypeBase& datatype, const void* value, IO::Stream& stream) {
     BinarySerializeStorage output(BinarySerializeStorage::SMODE_OUTPUT, cByteOrder);
@@ -58,13 +52,7 @@ void checkStoredForm(const Datatype::DatatypeBase& datatype, const void* value) 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    Interface::setAssertCallback(Callback::AssertCallbackPtr(new IgnoringCallback));
-    Interface::initLibrary(nullptr);
-    ReflectionInterface::init(Datatype::DatatypeManagerPtr(new (Library::getTempAlloc()) Datatype::DatatypeManager));
-    std::atexit([] {
-        ReflectionInterface::close();
-        Interface::closeLibrary();
-    });
+    Tarq::Fuzz::bringUpWithTypes();
     return 0;
 }
 

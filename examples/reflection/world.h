@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reflection/colour.h"
+#include "support/colour.h"
 
 #include "common/container/list.h"
 #include "common/container/vector.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "reflection/colour.h"
+#include "support/colour.h"
 
 #include "common/library.h"
 #include "common/reflection/datatype/datatypes.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "support/errorreport.h"
-#include "xml/xmlmarkup.h"
+#include "support/xmlmarkup.h"
 
 #include "common/exceptions/unauthorizedaccessexception.h"
 #include "common/io/filesystem.h"
