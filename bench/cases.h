@@ -14,6 +14,8 @@ std::vector<Case> bufferedStreamCases();
 std::vector<Case> memoryStreamCases();
 std::vector<Case> archiveCases();
 std::vector<Case> serializeCases();
+std::vector<Case> messageCases();
+std::vector<Case> networkCases();
 std::vector<Case> xmlCases();
 std::vector<Case> textCases();
 std::vector<Case> functionCases();

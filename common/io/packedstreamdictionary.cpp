@@ -8,6 +8,7 @@
 #include "common/io/sectionedstream.h"
 #include "common/memory/allocate.h"
 #include "common/memory/memoryexception.h"
+#include "common/platform/endian.h"
 
 #include <algorithm>
 #include <bit>
@@ -182,8 +183,8 @@ bool PackedStreamDictionary::readTable(uint64 length) {
         const unsigned char* const bytes = table.take(nameLength + 2 * sizeof(uint64));
         if (!hasRead(bytes != nullptr))
             return false;
-        const Entry entry{loadBigEndian<uint64>(bytes + nameLength),
-                          loadBigEndian<uint64>(bytes + nameLength + sizeof(uint64))};
+        const Entry entry{Platform::loadBigEndian<uint64>(bytes + nameLength),
+                          Platform::loadBigEndian<uint64>(bytes + nameLength + sizeof(uint64))};
         String name(reinterpret_cast<const char*>(bytes), nameLength);
         if (!isBehindHeader(entry.start) || entry.start > entry.end || entry.end > length)
             return refuse({Debug::LOG_ERROR, cOpen}, "Stream '", name, "' cannot be from ", entry.start, " to ",
@@ -242,7 +243,7 @@ void PackedStreamDictionary::writeHeader() {
     mDataEnd = mBase + cHeaderSize;
     mIsModified = true;
     unsigned char header[cHeaderSize] = {cMagic};
-    storeBigEndian(header + sizeof(cMagic), cVersion);
+    Platform::storeBigEndian(header + sizeof(cMagic), cVersion);
     mStream->write(header, cHeaderSize);
 }
 
@@ -368,7 +369,7 @@ void PackedStreamDictionary::writeTable() {
     }
     table.flush();
     unsigned char positions[2 * sizeof(uint64)];
-    storeBigEndian(storeBigEndian(positions, tablePosition), mDataEnd);
+    Platform::storeBigEndian(Platform::storeBigEndian(positions, tablePosition), mDataEnd);
     mStream->seek(static_cast<int64>(mBase + cTablePositionOffset), SORIGIN_BEGIN);
     mStream->write(positions, sizeof(positions));
 }

@@ -23,7 +23,7 @@ uint32 usableSize(uint32 blockSize) {
 } // namespace
 
 MemoryStream::MemoryStream(const String& name, uint32 blockSize)
-    : mBlocks(getAllocator()), mBlockSize(usableSize(blockSize)), mName(name) {
+    : mFurtherBlocks(getAllocator()), mBlockSize(usableSize(blockSize)), mName(name) {
     open();
 }
 
@@ -33,7 +33,7 @@ MemoryStream::~MemoryStream() {
 
 void MemoryStream::open() {
     MemoryStream::close();
-    appendBlocks(1);
+    mFirstBlock = allocateBytes(getAllocator(), mBlockSize);
     moveTo(0, 0);
 }
 
@@ -50,7 +50,7 @@ bool MemoryStream::canSeek() const {
 }
 
 bool MemoryStream::isClosed() const {
-    return mBlocks.empty();
+    return !mFirstBlock;
 }
 
 uint64 MemoryStream::getLength() const {
@@ -86,7 +86,7 @@ uint64 MemoryStream::readAcrossBlocks(void* dst, uint64 numBytes) {
 
 void MemoryStream::writeAcrossBlocks(const void* src, uint64 numBytes) {
     requireOpen("Try to write to a closed MemoryStream");
-    const uint64 room = uint64{mBlocks.size() - mIndex} * mBlockSize - mOffset;
+    const uint64 room = (uint64{mFurtherBlocks.size()} + 1 - mIndex) * mBlockSize - mOffset;
     if (numBytes > room)
         appendBlocks((numBytes - room - 1) / mBlockSize + 1);
     const std::byte* from = static_cast<const std::byte*>(src);
@@ -101,13 +101,13 @@ void MemoryStream::writeAcrossBlocks(const void* src, uint64 numBytes) {
     }
 }
 
-/// All of them, or none.
+/// Behind the first one; all of them, or none.
 void MemoryStream::appendBlocks(uint64 count) {
-    const uint32 oldCount = mBlocks.size();
+    const uint32 oldCount = mFurtherBlocks.size();
     try {
         for (; count != 0; --count) {
-            mBlocks.push_back(nullptr);
-            mBlocks.back() = allocateBytes(getAllocator(), mBlockSize);
+            mFurtherBlocks.push_back(nullptr);
+            mFurtherBlocks.back() = allocateBytes(getAllocator(), mBlockSize);
         }
     } catch (...) {
         releaseBlocksFrom(oldCount);
@@ -115,16 +115,17 @@ void MemoryStream::appendBlocks(uint64 count) {
     }
 }
 
-void MemoryStream::releaseBlocksFrom(uint32 count) noexcept {
-    for (; mBlocks.size() > count; mBlocks.pop_back())
-        releaseBytes(getAllocator(), mBlocks.back());
+/// An index in the list of further ones.
+void MemoryStream::releaseBlocksFrom(uint32 index) noexcept {
+    for (; mFurtherBlocks.size() > index; mFurtherBlocks.pop_back())
+        releaseBytes(getAllocator(), mFurtherBlocks.back());
 }
 
 void MemoryStream::moveTo(uint32 index, uint32 offset) noexcept {
     mLength = std::max(mLength, position());
     mIndex = index;
     mOffset = offset;
-    mBlock = static_cast<std::byte*>(mBlocks[index]);
+    mBlock = static_cast<std::byte*>(index == 0 ? mFirstBlock : mFurtherBlocks[index - 1]);
     mReadLimit = static_cast<uint32>(std::min<uint64>(mLength - uint64{index} * mBlockSize, mBlockSize));
     mWriteLimit = mBlockSize;
 }
@@ -151,10 +152,10 @@ uint64 MemoryStream::seek(int64 offset, SeekOrigin origin) {
     if (target > length)
         throw new Exceptions::ArgumentOutOfRangeException("Offset leads out of range of the stream", "offset");
     const uint64 index = target / mBlockSize;
-    if (index < mBlocks.size())
+    if (index <= mFurtherBlocks.size())
         moveTo(static_cast<uint32>(index), static_cast<uint32>(target % mBlockSize));
     else
-        moveTo(mBlocks.size() - 1, mBlockSize);
+        moveTo(mFurtherBlocks.size(), mBlockSize);
     return target;
 }
 
@@ -162,6 +163,8 @@ void MemoryStream::flush() {}
 
 void MemoryStream::close() {
     releaseBlocksFrom(0);
+    releaseBytes(getAllocator(), mFirstBlock);
+    mFirstBlock = nullptr;
     mIndex = 0;
     mOffset = 0;
     mLength = 0;

@@ -48,7 +48,8 @@ public:
     /// Reads without copying: returns where the next bytes lie, and moves the position behind them. They stay there
     /// until they are overwritten or the stream is closed.
     ///
-    /// Null, and nothing moves, when they do not lie together; also when there are fewer, and on a closed stream.
+    /// Null, and nothing moves, when they do not lie together in the current block; also when there are fewer, and on a
+    /// closed stream.
     /// `read` deals with all of that.
     const void* readInPlace(uint32 numBytes) noexcept {
         const uint64 end = uint64{mOffset} + numBytes;
@@ -67,6 +68,19 @@ public:
             return;
         }
         writeAcrossBlocks(src, numBytes);
+    }
+    /// Writes without copying: returns where the next bytes belong, for the caller to store them there, and moves the
+    /// position behind them.
+    ///
+    /// Null, and nothing moves, when there is no room for them in the current block; also on a closed stream. `write`
+    /// deals with that.
+    void* writeInPlace(uint32 numBytes) noexcept {
+        const uint64 end = uint64{mOffset} + numBytes;
+        if (end > mWriteLimit) [[unlikely]]
+            return nullptr;
+        std::byte* const bytes = mBlock + mOffset;
+        mOffset = static_cast<uint32>(end);
+        return bytes;
     }
 
     /// Throws `ArgumentOutOfRangeException` for a target outside the stream, whose end belongs to it. Asserts that the
@@ -89,12 +103,13 @@ private:
     uint64 readAcrossBlocks(void* dst, uint64 numBytes);
     void writeAcrossBlocks(const void* src, uint64 numBytes);
     void appendBlocks(uint64 count);
-    void releaseBlocksFrom(uint32 count) noexcept;
+    void releaseBlocksFrom(uint32 index) noexcept;
     void moveTo(uint32 index, uint32 offset) noexcept;
     uint64 position() const noexcept { return uint64{mIndex} * mBlockSize + mOffset; }
     void requireOpen(const char* message) const;
 
-    Container::Vector<void*> mBlocks; ///< none when closed
+    void* mFirstBlock = nullptr; ///< null when closed; most streams need no list
+    Container::Vector<void*> mFurtherBlocks;
     uint32 mBlockSize;
     uint32 mIndex = 0;  ///< of the current block
     uint32 mOffset = 0; ///< in the current block; the block size is its end

@@ -16,11 +16,13 @@ public:
     ///
     /// Asserts, as `registerDebuggerDatatypes` does, that the first one's `manager` is not empty, and that the types
     /// are not those of another manager; nothing is counted and kept otherwise. Throws `OutOfMemoryException`, and does
-    /// not count then; another call with that manager goes on from there.
-    TARQ_LOCAL static void init(const Datatype::DatatypeManagerPtr& manager) {
+    /// not count then; another call with that manager goes on from there. Returns whether it has counted.
+    TARQ_LOCAL static bool init(const Datatype::DatatypeManagerPtr& manager) {
         const Datatype::DatatypeManagerPtr& kept = getDatatypeManager();
-        if (Datatype::registerDebuggerDatatypes(kept ? kept : manager))
-            count(manager);
+        if (!Datatype::registerDebuggerDatatypes(kept ? kept : manager))
+            return false;
+        count(manager);
+        return true;
     }
     /// Undoes one `init`; the last one lets go of the manager, and comes before `Interface::closeLibrary`. Asserts that
     /// there is one to undo; nothing happens otherwise.

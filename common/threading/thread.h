@@ -68,6 +68,9 @@ public:
     /// Closes the handle, unless this is a pseudo instance.
     ~Thread() override;
 
+    /// Whether there is a handle: after the constructors above, whether the thread has been started.
+    bool isValid() const noexcept { return mHandle != THREAD_INVALID_HANDLE; }
+
     /// A pseudo instance for the calling thread, whoever started that.
     static Thread getCurrentThread();
     /// The system's number for the calling thread.

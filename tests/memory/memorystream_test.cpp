@@ -5,6 +5,7 @@
 
 #include "common/memory/memoryexception.h"
 
+#include <algorithm>
 #include <limits>
 
 using namespace Tarq::Common;
@@ -66,6 +67,30 @@ TEST_CASE_FIXTURE(LibraryTest, "a read in place hands out what a read copies, or
     closed.write("0123", 4);
     closed.close();
     CHECK((closed.readInPlace(0) == nullptr && closed.readInPlace(~uint32{0}) == nullptr));
+    CHECK((closed.writeInPlace(0) == nullptr && closed.writeInPlace(~uint32{0}) == nullptr));
+}
+
+TEST_CASE_FIXTURE(LibraryTest, "bytes are stored in place where the current block has room for them") {
+    MemoryStream stream("stream", 4);
+    const auto store = [&](const std::string& text) {
+        void* const room = stream.writeInPlace(static_cast<uint32>(text.size()));
+        if (room)
+            std::copy(text.begin(), text.end(), static_cast<char*>(room));
+        return room != nullptr;
+    };
+    CHECK(store("ab"));
+    CHECK_FALSE(store("cde"));
+    CHECK(store("cd"));
+    CHECK_FALSE(store("e"));
+    stream.write("efg", 3);
+    CHECK(store("h"));
+    CHECK(stream.getLength() == 8);
+    // What is there is overwritten.
+    stream.seek(1, SORIGIN_BEGIN);
+    CHECK(store("BCD"));
+    CHECK((stream.getPosition() == 4 && stream.getLength() == 8));
+    stream.seek(0, SORIGIN_BEGIN);
+    CHECK(readText(stream, 8) == "aBCDefgh");
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a closed stream answers what it is and throws at everything else") {

@@ -21,16 +21,6 @@ using Common::Platform::Endian;
 using Common::Serialize::BinarySerializeStorage;
 using Storage = Common::Serialize::SerializeStorage;
 
-/// The bytes that two hexadecimal digits each stand for; blanks do not count.
-inline std::string bytesOf(const std::string& hex) {
-    std::string bytes;
-    for (std::size_t at = 0; at + 1 < hex.size(); at += hex[at] == ' ' ? 1 : 2) {
-        if (hex[at] != ' ')
-            bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
-    }
-    return bytes;
-}
-
 template <class Body>
 std::string fileOf(Body body, Endian::Endiness order = Endian::ENDIAN_LITTLE) {
     RecordingStream stream;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/io/stream.h"
+#include "common/platform/endian.h"
 
 #include <algorithm>
 #include <concepts>
@@ -10,22 +11,6 @@
 
 /// How header and table of an archive are read and written: big-endian numbers and names, one behind the other.
 namespace Tarq::Common::IO {
-
-template <std::unsigned_integral T>
-T loadBigEndian(const unsigned char* bytes) noexcept {
-    T value = 0;
-    for (std::size_t at = 0; at < sizeof(T); ++at)
-        value = static_cast<T>(value << 8 | bytes[at]);
-    return value;
-}
-
-/// Returns where the next bytes go.
-template <std::unsigned_integral T>
-unsigned char* storeBigEndian(unsigned char* bytes, T value) noexcept {
-    for (std::size_t at = sizeof(T); at != 0; value = static_cast<T>(value >> 8))
-        bytes[--at] = static_cast<unsigned char>(value);
-    return bytes + sizeof(T);
-}
 
 /// Hands out the bytes of a stream one after the other, and reads as many at once as the buffer holds.
 class FieldReader {
@@ -44,7 +29,7 @@ public:
     bool takeNumber(T& number) {
         const unsigned char* const bytes = take(sizeof(T));
         if (bytes)
-            number = loadBigEndian<T>(bytes);
+            number = Platform::loadBigEndian<T>(bytes);
         return bytes != nullptr;
     }
 
@@ -73,7 +58,7 @@ public:
 
     template <std::unsigned_integral T>
     void putNumber(T number) {
-        storeBigEndian(roomFor(sizeof(T)), number);
+        Platform::storeBigEndian(roomFor(sizeof(T)), number);
         mFill += sizeof(T);
     }
     /// No more than the buffer holds.

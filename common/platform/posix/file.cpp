@@ -1,6 +1,7 @@
 #include "common/platform/file.h"
 
 #include "common/platform/posix/fileerror.h"
+#include "common/platform/posix/uninterrupted.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,15 +22,6 @@ namespace {
 
 /// One system call moves no more: the 32-bit systems' largest signed size is below 4 GiB.
 constexpr uint32 cMaxTransfer = 0x40000000;
-
-/// Repeats a system call that a signal interrupted.
-template <class Call>
-auto uninterrupted(Call call) noexcept {
-    auto result = call();
-    while (result < 0 && errno == EINTR)
-        result = call();
-    return result;
-}
 
 int accessOf(FileFlag flags) noexcept {
     if ((flags & FILE_READ) && (flags & FILE_WRITE))
