@@ -3,6 +3,7 @@
 
 - A floor includes only itself and the floors below it; rooms that share a floor do not know each other.
 - No header reaches itself through its includes.
+- Who is outside of the library includes what is installed of it.
 - Only a platform folder sees the operating system: everybody else includes the C++ standard library, the contracts in
   common/platform, and the libraries named here; and no #if asks which system it is.
 """
@@ -28,7 +29,7 @@ FLOORS = [
 # What brings the library up and takes it down knows every room that has something to bring up.
 KNOWS_ALL = {"common/library.cpp", "common/interface.cpp"}
 
-THIRD_PARTY = {"common/crypto/": {"openssl"}}
+THIRD_PARTY = {"common/crypto/": {"openssl"}, "tool/cli/": {"CLI", "nlohmann"}}
 SYSTEM_NAMES = (
     r"_WIN32|_WIN64|WIN32|__MINGW\w+|__CYGWIN__|(__)?linux(__)?|__gnu_linux__|(__)?unix(__)?"
     r"|__APPLE__|__\w+BSD__|__ANDROID__|__GLIBC__|_POSIX\w*"
@@ -80,7 +81,7 @@ def check_system(name, line, text):
             problems.append(f"{name}:{line}: <{header}> is not of the C++ standard library")
     if re.match(r"\s*#\s*(el)?if", text) and re.search(rf"\b({SYSTEM_NAMES})\b", text):
         problems.append(f"{name}:{line}: only a platform folder knows the operating system")
-    if re.search(r'"common/platform/[^/"]+/', text):
+    if re.search(r'"(common|tool)/platform/[^/"]+/', text):
         problems.append(f"{name}:{line}: only the contracts in common/platform are for others")
 
 
@@ -102,12 +103,14 @@ def check_circles(includes):
 
 includes = {}
 for name in sources("common", "examples", "tool"):
-    in_platform_folder = re.match(r"common/platform/[^/]+/", name)
+    in_platform_folder = re.match(r"(common|tool)/platform/[^/]+/", name)
     for line, text in directives(name):
         if not in_platform_folder:
             check_system(name, line, text)
         for included in re.findall(r'include\s*"(common/[^"]+)"', text):
             includes.setdefault(name, []).append(included)
+            if "/internal/" in included and not name.startswith("common/"):
+                problems.append(f"{name}:{line}: {included} is not installed")
             if name.startswith("common/"):
                 check_floor(name, line, included)
 check_circles(includes)

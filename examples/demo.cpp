@@ -1,42 +1,80 @@
-// tarq-demo [directory]: what a host does with the library, from start to end.
+// tarq-demo [--port N] [--agents N] [--seed N] [--steps N]: a host that debugging tools can look into.
 //
-// Brings the library up on memory that it counts, digests every regular file below the directory, shows an exception
-// and an assertion, and takes the library down without a byte left. Standard output has the digests only, as md5sum
-// writes them; everything else goes to standard error:
+// A small world of agents goes on at 50 steps a second, with a debugger server beside it that listens on the loopback
+// address: on a free port, or on the one that is given. Where, is the first line of standard output:
 //
-//     tarq-demo some/directory | md5sum -c
+//     debugger at 127.0.0.1:40123
 //
-// Ends with 0; with 1 when a file could not be read, a digest could not be written or memory was left; with 2 when
-// there is no such directory.
+// What the server has to say goes to standard error. Ends after so many steps, or when it is interrupted: with 0, with
+// 1 when the server could not be started or memory was left, with 2 when it does not understand its arguments.
 
+#include "demo/agentworld.h"
 #include "support/consolelistener.h"
 #include "support/countingmemory.h"
+#include "support/interrupt.h"
 
-#include "common/container/idvector.h"
-#include "common/crypto/md5builder.h"
-#include "common/debug/report.h"
+#include "common/debugger/server.h"
+#include "common/exceptions/exception.h"
 #include "common/interface.h"
-#include "common/io/bufferedstream.h"
-#include "common/io/filestream.h"
-#include "common/io/ioexception.h"
 #include "common/library.h"
-#include "common/memory/memorystream.h"
+#include "common/network/sockets/hostaddress.h"
 
 #include <algorithm>
+#include <charconv>
+#include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <filesystem>
-#include <string>
+#include <cstring>
+#include <limits>
+#include <optional>
 #include <string_view>
-#include <system_error>
-#include <vector>
+#include <thread>
 
 using namespace Tarq::Common;
+using Debugger::Server;
+using Network::Sockets::HostAddress;
+using Network::Sockets::IPV4;
 
 namespace {
 
-constexpr uint32 cBufferSize = 8192;
-constexpr uint32 cBlockSize = 65535;
+/// How long the debugger may take to see what has changed.
+constexpr Platform::MilliSeconds cDebuggerWait{20};
+constexpr uint32 cStepMilliseconds = 20;
+
+struct Options {
+    uint32 port = 0;
+    uint32 agents = 8;
+    uint32 seed = 1;
+    uint32 steps = 0; ///< 0 for no end
+};
+
+/// None when they are not understood.
+std::optional<Options> parseOptions(int argc, char** argv) {
+    Options options;
+    const struct {
+        std::string_view name;
+        uint32* value;
+        uint32 highest;
+    } known[] = {
+        {"--port", &options.port, std::numeric_limits<uint16>::max()},
+        {"--agents", &options.agents, 100000},
+        {"--seed", &options.seed, std::numeric_limits<uint32>::max()},
+        {"--steps", &options.steps, std::numeric_limits<uint32>::max()},
+    };
+    for (int at = 1; at < argc; at += 2) {
+        bool isUnderstood = false;
+        for (const auto& option : known) {
+            if (option.name != argv[at] || at + 1 == argc)
+                continue;
+            const char* const end = argv[at + 1] + std::strlen(argv[at + 1]);
+            const auto [parsed, error] = std::from_chars(argv[at + 1], end, *option.value);
+            isUnderstood = parsed == end && error == std::errc() && *option.value <= option.highest;
+        }
+        if (!isUnderstood)
+            return std::nullopt;
+    }
+    return options;
+}
 
 /// Shows the library's assertions; the default callback would end the process.
 class ConsoleAssertions : public Callback::AssertCallback {
@@ -46,146 +84,68 @@ public:
     }
 };
 
-struct Totals {
-    uint64 files = 0;
-    uint64 bytes = 0;
-    uint64 failures = 0;
-};
-
-void reportFailure(Totals& totals, std::string_view what, std::string_view why) {
-    ++totals.failures;
-    Debug::report({Debug::LOG_ERROR, "reportFailure"}, what, ": ", why);
-}
-
-/// The regular files below the directory, by name. Links are not followed; a directory that cannot be listed is a
-/// failure, and its siblings are still visited.
-std::vector<std::string> listFiles(const std::filesystem::path& top, Totals& totals) {
-    std::vector<std::string> files;
-    std::vector<std::filesystem::path> directories{top};
-    while (!directories.empty()) {
-        const std::filesystem::path directory = std::move(directories.back());
-        directories.pop_back();
-        std::error_code error;
-        std::filesystem::directory_iterator at(directory, error);
-        for (; !error && at != std::filesystem::directory_iterator(); at.increment(error)) {
-            std::error_code ignored;
-            const std::filesystem::file_type type = at->symlink_status(ignored).type();
-            if (type == std::filesystem::file_type::directory)
-                directories.push_back(at->path());
-            else if (type == std::filesystem::file_type::regular)
-                files.push_back(at->path().string());
-        }
-        if (error)
-            reportFailure(totals, directory.string(), error.message());
+void runWorld(const Options& options) {
+    using Clock = std::chrono::steady_clock;
+    AgentWorld world(options.agents, options.seed);
+    Server& server = *Server::getInstance();
+    Clock::time_point next = Clock::now();
+    uint32 steps = 0;
+    while (interrupt::isWanted == 0 && (options.steps == 0 || steps < options.steps)) {
+        world.step(cStepMilliseconds / 1000.0f);
+        server.setGameTime({++steps * cStepMilliseconds});
+        // What a debugger has held up is not made up for.
+        next = std::max(next + std::chrono::milliseconds(cStepMilliseconds), Clock::now());
+        std::this_thread::sleep_until(next);
     }
-    std::sort(files.begin(), files.end());
-    return files;
+    uint32 visits = 0;
+    for (const AgentWorld::Agent& agent : world.getAgents())
+        visits += agent.visits;
+    std::fprintf(stderr, "%u agents have made %u steps and visited %u places\n", world.getAgents().size(), steps,
+                 visits);
 }
 
-/// Streams the whole file into memory, and digests it there.
-Crypto::MD5Sum digestFile(const String& name, Totals& totals) {
-    IO::FileStream file(name, IO::FileStream::FACCESS_READ, IO::FileStream::FMODE_OPEN);
-    IO::BufferedStream buffered(&file, cBufferSize);
-    Memory::MemoryStream memory(name, cBlockSize);
-    memory.writeFromStream(&buffered);
-    totals.bytes += memory.getLength();
-
-    memory.seek(0, IO::Stream::SORIGIN_BEGIN);
-    Crypto::MD5Builder builder(Library::getTempAlloc());
-    builder.addStream(&memory, -1);
-    return builder.computeSum();
-}
-
-/// As md5sum does: a name with one of three characters is escaped, and a backslash in front of the line says so.
-void printDigest(const Crypto::MD5Sum& digest, std::string_view name) {
-    std::string escaped;
-    for (const char c : name) {
-        if (c == '\\')
-            escaped += "\\\\";
-        else if (c == '\n')
-            escaped += "\\n";
-        else if (c == '\r')
-            escaped += "\\r";
-        else
-            escaped += c;
+bool runHost(const Options& options) {
+    Server::createInstance(Library::getDebugAlloc(), cDebuggerWait);
+    const HostAddress address(IPV4::LOOPBACK, static_cast<unsigned short>(options.port));
+    const bool isRunning = Server::runAsync(address);
+    if (isRunning) {
+        const HostAddress listening = Server::getInstance()->getListeningAddress();
+        std::printf("debugger at %s:%u\n", listening.toString().c_str(), unsigned{listening.getPort()});
+        std::fflush(stdout);
+        runWorld(options);
     }
-    const char* const mark = escaped.size() == name.size() ? "" : "\\";
-    std::printf("%s%s  %s\n", mark, digest.toString().c_str(), escaped.c_str());
-}
-
-void digestDirectory(const std::filesystem::path& directory, Totals& totals) {
-    for (const std::string& name : listFiles(directory, totals)) {
-        try {
-            printDigest(digestFile(name.c_str(), totals), name);
-            ++totals.files;
-        } catch (Exceptions::Exception* exception) {
-            const Exceptions::Holder holder(exception);
-            reportFailure(totals, name, holder->composeText(Exceptions::Exception::CALLSTACK_NONE));
-        }
-    }
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-        reportFailure(totals, "standard output", "not every digest could be written");
-    Debug::report({Debug::LOG_MESSAGE, "digestDirectory"}, "Digested files: ", totals.files, ", bytes: ", totals.bytes);
-}
-
-/// Fails, because a file is missing, with the failure that led to this one inside.
-void loadScene(const String& name) {
-    try {
-        IO::FileStream(name, IO::FileStream::FACCESS_READ, IO::FileStream::FMODE_OPEN);
-    } catch (IO::FileNotFoundException* exception) {
-        Exceptions::Holder cause(exception);
-        auto* const failure = new IO::FileNotFoundException("There is no scene", name, cause->getFullFileName());
-        failure->setInnerException(cause.release());
-        throw failure;
-    }
-}
-
-/// Without a message box of the host's, the text goes to standard error.
-void showException() {
-    try {
-        loadScene("a scene that nobody made");
-    } catch (Exceptions::Exception* exception) {
-        const Exceptions::Holder holder(exception);
-        holder->showException(Exceptions::Exception::CALLSTACK_ALL);
-    }
-}
-
-/// Asks a table for something that it does not have; the assertion reaches our callback, and the table stays as it is.
-void fireAssertion(Totals& totals) {
-    Container::IDVector<Totals> table(Library::getTempAlloc());
-    table.add(&totals);
-    table.remove(42);
-    Debug::report({Debug::LOG_MESSAGE, "fireAssertion"}, "Still alive after the assertion");
+    Server::destroyInstance();
+    return isRunning;
 }
 
 /// Everything between the library's coming up and its going down: nothing made on its memory outlives this.
-Totals run(const std::filesystem::path& directory) {
+bool run(const Options& options) {
     const ConsoleListener listener;
-    Totals totals;
-    digestDirectory(directory, totals);
-    showException();
-    fireAssertion(totals);
-    return totals;
+    try {
+        return runHost(options);
+    } catch (Exceptions::Exception* exception) {
+        const Exceptions::Holder holder(exception);
+        std::fprintf(stderr, "tarq-demo: %s\n", exception->getMessage().c_str());
+        return false;
+    }
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::filesystem::path directory = argc > 1 ? argv[1] : ".";
-    std::error_code error;
-    if (argc > 2 || !std::filesystem::is_directory(directory, error)) {
-        std::fprintf(stderr, "tarq-demo: there is no directory \"%s\"\nUsage: tarq-demo [directory]\n",
-                     directory.c_str());
+    const std::optional<Options> options = parseOptions(argc, argv);
+    if (!options) {
+        std::fputs("Usage: tarq-demo [--port N] [--agents N] [--seed N] [--steps N]\n", stderr);
         return 2;
     }
-
+    interrupt::catchSignals();
     Interface::setAssertCallback(Callback::AssertCallbackPtr(new ConsoleAssertions));
     const Callback::CallbackPtr<CountingMemory> memory(new CountingMemory);
     Interface::initLibrary(memory);
-    const Totals totals = run(directory);
+    const bool hasRun = run(*options);
     Interface::closeLibrary();
 
     std::fprintf(stderr, "%" PRIu64 " bytes taken, %" PRIu64 " at the peak, %" PRIu64 " outstanding\n",
                  memory->getTaken(), memory->getPeak(), memory->getOutstanding());
-    return totals.failures == 0 && memory->getOutstanding() == 0 ? 0 : 1;
+    return hasRun && memory->getOutstanding() == 0 ? 0 : 1;
 }

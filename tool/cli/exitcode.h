@@ -1,0 +1,15 @@
+#pragma once
+
+namespace Tarq::Tool {
+
+/// What the program ends with. Scripts see the numbers.
+enum ExitCode : int {
+    EXIT_FINE = 0,
+    EXIT_REFUSED = 1,
+    EXIT_USAGE = 2,
+    EXIT_NO_CONNECTION = 3,
+    EXIT_LOST = 4,     ///< or what came made no sense
+    EXIT_INTERNAL = 5, ///< memory is exhausted, or the output cannot be written
+};
+
+} // namespace Tarq::Tool
