@@ -158,6 +158,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a signal ends the program also while it waits fo
     CHECK(waiting.wait() == 0);
 }
 
+#ifndef TARQ_TEST_THREAD_SANITIZER // it keeps signals back from a program that waits in a write
 TEST_CASE_FIXTURE(LibraryTest, "a second signal ends the program while nobody takes its output") {
     ScriptedHost host;
     Program program(argumentsFor(host));
@@ -174,6 +175,7 @@ TEST_CASE_FIXTURE(LibraryTest, "a second signal ends the program while nobody ta
     program.waitUntilFull(lineLength);
     CHECK(program.waitSending(SIGINT) == -SIGINT);
 }
+#endif
 
 TEST_CASE_FIXTURE(LibraryTest, "a program whose standard streams are closed does not write into the connection") {
     const std::vector<int> cases[] = {{STDOUT_FILENO}, {STDOUT_FILENO, STDERR_FILENO}, {0, 1, 2}};

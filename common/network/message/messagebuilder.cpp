@@ -51,6 +51,9 @@ void MessageBuilder::writeStream(IO::Stream* source, uint64 numBytes, bool rawOn
 }
 
 void MessageBuilder::put(const void* bytes, uint32 numBytes) {
+    // Nothing may be nowhere.
+    if (numBytes == 0)
+        return;
     if (unsigned char* const room = takeRoom(numBytes))
         std::memcpy(room, bytes, numBytes);
     else
@@ -69,7 +72,10 @@ void MessageBuilder::writeCounted(String::Text text, bool useType) {
 }
 
 void MessageBuilder::writeCounted(const WString& text, bool useType) {
-    writeHead(STREAM_TYPE_WSTRING, static_cast<uint32>(WideUnits::count(text)), useType);
+    const uint64 count = WideUnits::count(text);
+    if (!TARQ_ASSERT(count <= WString::max_size(), "Tried to write a text that is too long for a string"))
+        return;
+    writeHead(STREAM_TYPE_WSTRING, static_cast<uint32>(count), useType);
     unsigned char bytes[cChunk];
     uint32 fill = 0;
     WideUnits::forEach(text, [&](uint16 unit) {
@@ -94,6 +100,8 @@ void MessageBuilder::writeCounted(const Container::Vector<bool>& values, bool us
 }
 
 void MessageBuilder::writeNumbers(const void* numbers, uint64 count, uint32 size) {
+    if (count == 0)
+        return;
     unsigned char* const room = count * size <= cChunk ? takeRoom(static_cast<uint32>(count * size)) : nullptr;
     if (room) {
         copyNumbers(room, numbers, static_cast<uint32>(count), size);

@@ -24,8 +24,9 @@ namespace Tarq::Common::Network::Message {
 /// What is read may come from anybody: every read checks what it finds, takes no memory for what there are no bytes
 /// for, and throws nothing. One that fails returns false, and leaves the stream where it failed. A value of a fixed
 /// size is then what it was, a string or a container holds what came before the failure; nothing, where there are not
-/// even bytes for the counts of as many strings as announced. A value that is cut off is no assertion where it has a
-/// fixed size: its reader knows what it is. What the stream throws and exhausted memory are assertions.
+/// even bytes for the counts of as many strings as announced. Numbers and truth values that are cut off, alone or in a
+/// container, are no assertion: their reader knows what they are. What the stream throws and exhausted memory are
+/// assertions.
 ///
 /// Memory: numbers take as much as their bytes. Wide strings take up to twice as much, and containers of strings up to
 /// twelve times: a string takes memory even when it is empty. Limit the length of messages by that.

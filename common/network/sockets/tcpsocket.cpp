@@ -102,7 +102,8 @@ int TCPSocket::tryReceive(void* buffer, unsigned int maxLength, unsigned int buf
         return -1;
     if (bufferOffset == maxLength)
         return 0;
-    return countOf(receiveAhead(static_cast<std::byte*>(buffer) + bufferOffset, maxLength - bufferOffset));
+    const uint32 wanted = std::min<uint32>(maxLength - bufferOffset, Platform::cLargestSocketTransfer);
+    return countOf(receiveAhead(static_cast<std::byte*>(buffer) + bufferOffset, wanted));
 }
 
 /// As if nothing were received ahead: all that has arrived by now is returned, up to the number of bytes.

@@ -24,7 +24,9 @@ public:
     enum Continuation : uint8 {
         CONTINUATION_NONE,
         CONTINUATION_FOLLOWS, ///< they may travel together with these
-        CONTINUATION_LONG,    ///< so many (`cMostBehind`) that these may stay here until there are enough of them
+        /// So many (`cMostBehind`) that these may stay here until there are enough of them; they are lost when the
+        /// socket goes before.
+        CONTINUATION_LONG,
     };
     static constexpr uint32 cMostBehind = 8192;
 
@@ -39,8 +41,8 @@ public:
     bool connect(const HostAddress& address) noexcept;
     /// Ends both directions, without what has stayed here to be sent; the socket stays open until it is destroyed.
     bool disconnect() noexcept;
-    /// Stores where the socket is, with the port that the system has chosen; false when that is nowhere. Throws
-    /// `OutOfMemoryException`.
+    /// Stores where the socket is, with the port that the system has chosen: 0.0.0.0 and port 0 before it listens or is
+    /// connected. False for a socket that is not valid. Throws `OutOfMemoryException`.
     bool getLocalAddress(HostAddress* address) const;
 
     /// Waits for a connection and returns its socket, made on the allocator of this one, for the caller to delete; null

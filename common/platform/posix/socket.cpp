@@ -56,6 +56,7 @@ bool isDestination(const SocketAddress& address) noexcept {
 }
 
 /// For the system, to have never been connected and to have ended the sending are the same to a send; not to a receive.
+/// The first send behind a peer that has gone says so; those after it look as if this end had ended the sending.
 SocketError refineSendError(int descriptor, SocketError error) noexcept {
     char byte = 0;
     const bool wasConnected = error != SocketError::SOCKET_ERROR_SHUT_DOWN ||

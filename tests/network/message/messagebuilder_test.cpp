@@ -63,6 +63,8 @@ const Written cWritten[] = {
     writtenList<uint64>("88 00 00 00 03 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 11 12 13 14 15 16 17 18",
                         0x0102030405060708, 0x090a0b0c0d0e0f10, 0x1112131415161718),
     writtenList<int32>("83 00 00 00 00"),
+    writtenList<uint8>("85 00 00 00 00"),
+    {"0b 00 00 00 00", [](MessageBuilder& builder) { builder.write(String::Text()); }},
     writtenList<double>("8a 00 00 00 01 3f f8 00 00 00 00 00 00", 1.5),
     writtenList<String>("8b 00 00 00 02 00 00 00 01 61 00 00 00 00", "a", ""),
     writtenList<WString>("8c 00 00 00 01 00 00 00 01 00 62", L"b"),
