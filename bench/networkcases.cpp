@@ -1,64 +1,13 @@
+#include "bench/blockingclient.h"
 #include "bench/cases.h"
 #include "bench/echoserver.h"
 #include "bench/secondthread.h"
 
 #include <chrono>
-#include <cstring>
-
-#include <arpa/inet.h>
-#include <netinet/tcp.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace Tarq::Bench {
 
 namespace {
-
-/// One end of a connection that waits for whatever it does.
-class Client {
-public:
-    explicit Client(Common::uint16 port) : mDescriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(port);
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        const int on = 1;
-        setsockopt(mDescriptor, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
-        check(connect(mDescriptor, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0,
-              "a client cannot connect");
-    }
-    Client(Client&& other) noexcept : mDescriptor(std::exchange(other.mDescriptor, -1)) {}
-    ~Client() {
-        if (mDescriptor >= 0)
-            close(mDescriptor);
-    }
-
-    void send(const std::string& bytes) const {
-        for (std::size_t sent = 0; sent < bytes.size();) {
-            const ssize_t count = ::send(mDescriptor, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
-            check(count > 0, "a client cannot send");
-            sent += static_cast<std::size_t>(count);
-        }
-    }
-    /// Receives as many bytes as there is room.
-    void receive(std::string& bytes) const {
-        for (std::size_t received = 0; received < bytes.size();) {
-            const ssize_t count = recv(mDescriptor, bytes.data() + received, bytes.size() - received, 0);
-            check(count > 0, "a client receives nothing");
-            received += static_cast<std::size_t>(count);
-        }
-    }
-
-private:
-    int mDescriptor;
-};
-
-std::string packetOf(std::size_t size) {
-    std::string bytes(4 + size, 'x');
-    const uint32 prefix = htonl(static_cast<uint32>(size));
-    std::memcpy(bytes.data(), &prefix, sizeof(prefix));
-    return bytes;
-}
 
 /// A server with its clients.
 template <class Server>
@@ -71,7 +20,7 @@ struct Connected {
     }
 
     Server server;
-    std::vector<Client> clients;
+    std::vector<BlockingClient> clients;
 };
 
 /// The server runs on the second thread.
@@ -94,9 +43,9 @@ public:
 
     /// Every client sends a packet, and then receives the answer to it.
     void exchange(const std::string& packet, std::string& answer) const {
-        for (const Client& client : mConnected.clients)
+        for (const BlockingClient& client : mConnected.clients)
             client.send(packet);
-        for (const Client& client : mConnected.clients)
+        for (const BlockingClient& client : mConnected.clients)
             client.receive(answer);
     }
     void end() {

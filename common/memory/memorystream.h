@@ -83,6 +83,11 @@ public:
         return bytes;
     }
 
+    /// Goes to the start of an open stream.
+    void rewind() noexcept { moveTo(0, 0); }
+    /// Where an open stream stands: the same as `getPosition`, without a call.
+    uint64 tell() const noexcept { return position(); }
+
     /// Throws `ArgumentOutOfRangeException` for a target outside the stream, whose end belongs to it. Asserts that the
     /// origin is known; otherwise does not move and returns 0.
     uint64 seek(int64 offset, SeekOrigin origin) override;

@@ -169,8 +169,8 @@ TCPSocket* ConnectionTable::takeRequested() noexcept {
 
 void ConnectionTable::noteFailure(TCPSocket* socket) noexcept {
     const Lock inside(mLock);
-    if (mConnections.contains(socket))
-        mFailedConnections.add(socket);
+    if (mConnections.contains(socket) && mFailedConnections.add(socket))
+        mWaker.wake();
 }
 
 TCPSocket* ConnectionTable::takeFailed() noexcept {
@@ -181,7 +181,10 @@ TCPSocket* ConnectionTable::takeFailed() noexcept {
 ConnectionTable::Entry ConnectionTable::list(TCPSocket* socket) noexcept {
     const Lock inside(mLock);
     try {
-        return mWaitingToWrite.add(socket) ? ENTRY_NEW : ENTRY_KNOWN;
+        if (!mWaitingToWrite.add(socket))
+            return ENTRY_KNOWN;
+        mWaker.wake();
+        return ENTRY_NEW;
     } catch (Memory::OutOfMemoryException* exception) {
         delete exception;
         return ENTRY_NO_MEMORY;
@@ -200,17 +203,17 @@ void ConnectionTable::unlistFor(const OutputHandler* handler) noexcept {
         mWaitingToWrite.remove(handler->getSocket());
 }
 
-void ConnectionTable::keepInMessage(Socket::SocketList& sockets) const noexcept {
+void ConnectionTable::keepWriting(Socket::SocketList& sockets) const noexcept {
     const Lock inside(mLock);
     const auto isOut = [this](const Socket* socket) {
         const auto* const output = dynamic_cast<OutputHandler*>(find(socket, EVENTHANDLER_WRITE));
-        return !output || !output->isInMessage() || !mWaitingToWrite.contains(output->getSocket());
+        return !output || output->getState() == OUTSTATE_FAILED || !mWaitingToWrite.contains(output->getSocket());
     };
     sockets.erase(std::remove_if(sockets.begin(), sockets.end(), isOut), sockets.end());
 }
 
-void ConnectionTable::collect(Socket::SocketList& toRead, Socket::SocketList& toWrite,
-                              Socket::SocketList& toFail) const noexcept {
+Socket::Wake ConnectionTable::beginWait(Socket::SocketList& toRead, Socket::SocketList& toWrite,
+                                        Socket::SocketList& toFail) noexcept {
     const Lock inside(mLock);
     for (Socket::SocketList* const list : {&toRead, &toWrite, &toFail})
         list->clear();
@@ -218,11 +221,28 @@ void ConnectionTable::collect(Socket::SocketList& toRead, Socket::SocketList& to
         toRead.push_back(socket);
         toFail.push_back(socket);
     }
-    // A message may be queued before its handler is registered.
+    addWriters(toWrite);
+    // Nobody waits without a connection.
+    return {mConnections.empty() ? Platform::cNoSocket : mWaker.beginWait()};
+}
+
+void ConnectionTable::collectWriters(Socket::SocketList& toWrite) const noexcept {
+    const Lock inside(mLock);
+    toWrite.clear();
+    addWriters(toWrite);
+}
+
+/// A message may be queued before its handler is registered.
+void ConnectionTable::addWriters(Socket::SocketList& toWrite) const noexcept {
     for (TCPSocket* const socket : mWaitingToWrite) {
         if (mHandlerWrite.contains(socket))
             toWrite.push_back(socket);
     }
+}
+
+bool ConnectionTable::finishWait(const Socket::Wake& wake) noexcept {
+    const Lock inside(mLock);
+    return mWaker.finishWait(wake.isReady);
 }
 
 } // namespace Tarq::Common::Network

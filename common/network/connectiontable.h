@@ -3,6 +3,7 @@
 #include "common/container/lookup.h"
 #include "common/network/eventhandler.h"
 #include "common/network/socketset.h"
+#include "common/network/waker.h"
 #include "common/threading/spinlock.h"
 
 namespace Tarq::Common::Network {
@@ -48,13 +49,14 @@ public:
     bool request(Sockets::TCPSocket* socket) noexcept;
     /// The next connection that is to be removed, null when there is none.
     Sockets::TCPSocket* takeRequested() noexcept;
-    /// Notes that a connection has failed, if there is such a connection.
+    /// Notes that a connection has failed, if there is such a connection, and ends the wait that is under way.
     void noteFailure(Sockets::TCPSocket* socket) noexcept;
     /// The next connection that has failed, null when there is none.
     Sockets::TCPSocket* takeFailed() noexcept;
 
     // The write-wait list.
 
+    /// Ends the wait that is under way.
     Entry list(Sockets::TCPSocket* socket) noexcept;
     /// Returns whether it was listed.
     bool unlist(const Sockets::TCPSocket* socket) noexcept;
@@ -62,14 +64,21 @@ public:
     void unlistFor(const OutputHandler* handler) noexcept;
 
     /// Takes out those that are not listed any more, and those without an output handler that is in a message.
-    void keepInMessage(Sockets::Socket::SocketList& sockets) const noexcept;
+    void keepWriting(Sockets::Socket::SocketList& sockets) const noexcept;
 
     /// Fills the lists that a wait takes: all connections to read and to fail, and to write those that are listed and
-    /// have somebody to do it. There is room in the lists.
-    void collect(Sockets::Socket::SocketList& toRead, Sockets::Socket::SocketList& toWrite,
-                 Sockets::Socket::SocketList& toFail) const noexcept;
+    /// have somebody to do it. There is room in the lists. If there are any, the wait is under way from now on,
+    /// and ends with what is returned.
+    Sockets::Socket::Wake beginWait(Sockets::Socket::SocketList& toRead, Sockets::Socket::SocketList& toWrite,
+                                    Sockets::Socket::SocketList& toFail) noexcept;
+    /// Fills the list with those that are listed and have somebody to write. There is room in it.
+    void collectWriters(Sockets::Socket::SocketList& toWrite) const noexcept;
+    /// The wait is over. False when a handle to end it is not in use, or not any more.
+    bool finishWait(const Sockets::Socket::Wake& wake) noexcept;
 
 private:
+    void addWriters(Sockets::Socket::SocketList& toWrite) const noexcept;
+
     using HandlerMap = Container::LookUp<const Sockets::Socket*, EventHandler*>;
 
     HandlerMap& mapOf(EventHandlerType type) noexcept;
@@ -91,6 +100,8 @@ private:
     HandlerMap mHandlerRead;
     HandlerMap mHandlerWrite;
     HandlerMap mHandlerError;
+
+    Waker mWaker;
 };
 
 } // namespace Tarq::Common::Network

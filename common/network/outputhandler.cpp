@@ -82,6 +82,11 @@ IO::Stream* OutputHandler::getFirstMessage() const noexcept {
     return mMessageStreams.empty() ? nullptr : mMessageStreams.front().stream;
 }
 
+bool OutputHandler::hasSecondMessage() const noexcept {
+    const Threading::ScopedLock inside(mReactor->getConnectionLock());
+    return mMessageStreams.size() > 1;
+}
+
 void OutputHandler::finishMessage() {
     std::unique_ptr<IO::Stream> finished;
     bool wasListed = true;

@@ -28,8 +28,8 @@ public:
     ~OutputHandler() override;
 
     /// Takes over a finished message, not null, and queues it; the first one enters the socket in the reactor's
-    /// write-wait list. A stream that grows afterwards is sent as long as it is then. A wait of the reactor that is
-    /// under way does not see it.
+    /// write-wait list, and ends a wait of the reactor that is under way. A stream that grows afterwards is sent as
+    /// long as it is then.
     ///
     /// False when there is no memory, the stream does not tell its length, or a limit of queued messages is crossed by
     /// this one or was by one before: the stream stays the caller's. The connection has failed in the last case, which
@@ -46,6 +46,8 @@ protected:
 
     /// The oldest message, null when there is none.
     IO::Stream* getFirstMessage() const noexcept;
+    /// Whether another message waits behind the oldest one.
+    bool hasSecondMessage() const noexcept;
     /// Deletes the oldest message, and leaves the write-wait list if it was the last one.
     void finishMessage();
     /// Asserts "Tried to deregister OutputHandler but there are still (", the number of messages and ") messages to

@@ -201,20 +201,24 @@ bool Reactor::goesOn() noexcept {
     };
     served.erase(std::remove_if(served.begin(), served.end(), isDone), served.end());
     if (!isReading && !served.empty())
-        mTable.keepInMessage(served);
+        mTable.keepWriting(served);
     return !served.empty();
 }
 
 bool Reactor::waitAndDispatch() {
     mPassesLeft = 0;
-    mTable.collect(mReadList, mWriteList, mErrorList);
+    Socket::Wake wake = mTable.beginWait(mReadList, mWriteList, mErrorList);
     if (mReadList.empty())
         return true;
-    const Socket::SelectError result = Socket::select(mReadList, mWriteList, mErrorList, mTimeoutMicroseconds);
+    const Socket::SelectError result = Socket::select(mReadList, mWriteList, mErrorList, mTimeoutMicroseconds, wake);
+    const bool isWakeUsable = mTable.finishWait(wake);
     switch (result) {
     case Socket::SELECT_TIMEOUT:
-        return true;
+        return !wake.isReady || dispatchWoken();
     case Socket::SELECT_ERROR: {
+        // The next wait does without it, and shows whether a socket has failed, too.
+        if (wake.isReady && !isWakeUsable)
+            return true;
         const int32 error = Socket::getLastError();
         noteBrokenSockets();
         return TARQ_FAIL("Reactor received socket error during select call on registered connections: ",
@@ -225,6 +229,15 @@ bool Reactor::waitAndDispatch() {
         return dispatchReady();
     }
     return TARQ_FAIL("Reactor received unknown Socket::SelectError: ", result);
+}
+
+/// Whoever queues a message and ends a wait with it has a socket that most likely has room: it is tried without asking
+/// the system first.
+bool Reactor::dispatchWoken() {
+    mReadList.clear();
+    mTable.collectWriters(mWriteList);
+    mPassesLeft = cMostPassesUnasked;
+    return dispatchReady();
 }
 
 bool Reactor::dispatchReady() {

@@ -13,17 +13,18 @@ namespace Tarq::Common::Network {
 /// Without a connection `handleEvents` does not wait: an owner that neither listens nor has clients waits by itself.
 ///
 /// Threads: one drives it, and registers, unregisters and removes; the handlers run on that one. Any thread may request
-/// a removal and queue messages on an output handler, which does not end a wait that is under way: it is seen after the
-/// time-out, or whatever else ends the wait. What these share is guarded by the connection lock, which is not held
-/// while the reactor waits or a handler runs. Ownership: handlers of a removed connection are deleted; sockets are not,
-/// and stay until their connection is removed. Nothing is thrown.
+/// a removal and queue messages on an output handler. A message, and a limit that it crosses, ends a wait that is under
+/// way, unless the system has refused the handle for that; a request is seen after the time-out, or whatever else ends
+/// the wait. What these share is guarded by the connection lock, which is not held while the reactor waits or a handler
+/// runs. Ownership: handlers of a removed connection are deleted; sockets are not, and stay until their connection is
+/// removed. Nothing is thrown.
 class TARQ_API Reactor : public Memory::MemoryManaged {
 public:
     /// How many passes in a row go by what the system has said before.
     static constexpr uint32 cMostPassesUnasked = 16;
 
     /// One `handleEvents` waits for at most `timeoutMicroseconds`; negative: without limit, and then for ever if only
-    /// another thread has something to be done.
+    /// a removal has been requested.
     Reactor(const Memory::AllocatorPtr& allocator, int32 timeoutMicroseconds);
     /// Removes the connections that are left. Asserts that no handler without socket is.
     ~Reactor() override;
@@ -59,7 +60,8 @@ public:
     bool hasConnection(const Sockets::TCPSocket* socket) const noexcept;
 
     /// Waits once, and calls the handlers of the sockets that can be read; only if there are none, those of the sockets
-    /// that can be written. The first handler that fails ends the pass; false then.
+    /// that can be written. The first handler that fails ends the pass; false then. A wait that another thread has
+    /// ended calls none: the next one looks at what there is to write.
     ///
     /// Not every pass waits. After one that has read, up to `cMostPassesUnasked` read on from those of its sockets that
     /// have bytes ahead; after one that has written, as many go on with those of its output handlers that are in a
@@ -93,6 +95,7 @@ private:
     bool unregisterWithoutSocket(EventHandler* handler);
     bool goesOn() noexcept;
     bool waitAndDispatch();
+    bool dispatchWoken();
     bool dispatchReady();
     void noteBrokenSockets();
     bool dispatch(const Sockets::Socket::SocketList& ready, EventHandlerType type);

@@ -17,12 +17,6 @@ const char* lastErrorText() noexcept {
     return Sockets::getSocketErrorText(Sockets::Socket::getLastError());
 }
 
-TCPSocket::Continuation continuationBefore(uint32 numBytes) noexcept {
-    if (numBytes == 0)
-        return TCPSocket::CONTINUATION_NONE;
-    return numBytes < TCPSocket::cMostBehind ? TCPSocket::CONTINUATION_FOLLOWS : TCPSocket::CONTINUATION_LONG;
-}
-
 } // namespace
 
 TCPPacketSendHandler::TCPPacketSendHandler(TCPSocket* socket, Reactor* reactor) noexcept
@@ -61,6 +55,11 @@ bool TCPPacketSendHandler::handleState() {
         TARQ_FAIL("TCPPacketSendHandler is in unknown OutputHandlerState: ", mState);
         return fail();
     }
+}
+
+/// Whether `numBytes` of the oldest message, or else the next one, follow.
+TCPSocket::Continuation TCPPacketSendHandler::continuationBefore(uint32 numBytes) const noexcept {
+    return numBytes == 0 && !hasSecondMessage() ? TCPSocket::CONTINUATION_NONE : TCPSocket::CONTINUATION_FOLLOWS;
 }
 
 bool TCPPacketSendHandler::sendLength() {

@@ -20,6 +20,7 @@ public:
 
 private:
     bool handleState();
+    Sockets::TCPSocket::Continuation continuationBefore(uint32 numBytes) const noexcept;
     bool sendLength();
     bool sendData();
     bool fail() noexcept;

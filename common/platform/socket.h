@@ -105,16 +105,16 @@ struct PolledSocket {
     Readiness ready; ///< stored by the call; nothing that was not wanted
 };
 
-/// How many sockets a `pollSockets` takes of each kind of readiness.
+/// How many sockets a `pollSockets` takes of each kind of readiness, beside the handle of a `WakeHandle`.
 inline constexpr uint32 cLargestSocketSet = 64;
-/// How many sockets a `pollSockets` takes, when each is wanted for something else.
-inline constexpr uint32 cMostPolledSockets = 3 * cLargestSocketSet;
+/// How many handles a `pollSockets` takes, when each socket is wanted for something else.
+inline constexpr uint32 cMostPolledSockets = 3 * cLargestSocketSet + 1;
 
 /// Waits until a socket is ready for what it is wanted for, at most `timeoutMicroseconds`; negative: without limit.
 ///
 /// Each socket stands in the list once, and there are at most `cMostPolledSockets`, none of them `cNoSocket`: the
 /// system would pass over that one, without limit for ever. Returns the number of sockets that are ready, negative with
-/// an error stored: `SOCKET_ERROR_NOT_A_SOCKET` when one of them is closed.
+/// an error stored: `SOCKET_ERROR_NOT_A_SOCKET` when one of them is closed, which is ready for what it is wanted for.
 int32 pollSockets(std::span<PolledSocket> sockets, int32 timeoutMicroseconds, SocketError& error) noexcept;
 
 } // namespace Tarq::Common::Platform

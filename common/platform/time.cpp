@@ -8,6 +8,10 @@ MilliSeconds Time::getWallTime() noexcept {
     return {static_cast<uint32>(getMonotonicNanoseconds() / 1000000)};
 }
 
+MilliSeconds Time::getCoarseWallTime() noexcept {
+    return {static_cast<uint32>(getCoarseMonotonicNanoseconds() / 1000000)};
+}
+
 MicroSeconds Time::getPerformanceCount() noexcept {
     return {getMonotonicNanoseconds() / 1000};
 }

@@ -62,6 +62,18 @@ void FairMutex::unlock() noexcept {
     Platform::wakeOneOnAddress(address);
 }
 
+uint32 FairMutex::unlockAll() noexcept {
+    const uint32 depth = mDepth;
+    mDepth = 1;
+    unlock();
+    return depth;
+}
+
+void FairMutex::lockAgain(uint32 depth) noexcept {
+    lock();
+    mDepth += depth - 1;
+}
+
 bool FairMutex::isHeld() const noexcept {
     return mOwner.load(std::memory_order_relaxed) == Platform::getThreadToken();
 }

@@ -25,6 +25,10 @@ public:
     void lock() noexcept;
     /// Lets go once. The caller holds it.
     void unlock() noexcept;
+    /// Lets go of it altogether and returns how often the caller, who holds it, had locked it.
+    uint32 unlockAll() noexcept;
+    /// Waits without limit, and holds it that many times: what `unlockAll` has returned.
+    void lockAgain(uint32 depth) noexcept;
 
     /// Whether the calling thread holds it.
     bool isHeld() const noexcept;

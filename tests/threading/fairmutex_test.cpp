@@ -2,6 +2,7 @@
 
 #include "tests/support/librarytest.h"
 
+#include <atomic>
 #include <string>
 #include <thread>
 #include <vector>
@@ -60,4 +61,35 @@ TEST_CASE_FIXTURE(LibraryTest, "a fair mutex keeps threads apart, and none of th
     for (std::thread& thread : threads)
         thread.join();
     CHECK(sum == cThreads * cRounds);
+}
+
+TEST_CASE_FIXTURE(LibraryTest, "a fair mutex that is let go of altogether comes back as deep as it was") {
+    FairMutex mutex;
+    for (const uint32 depth : {1u, 2u, 5u}) {
+        CAPTURE(depth);
+        for (uint32 times = 0; times < depth; ++times)
+            mutex.lock();
+        CHECK(mutex.unlockAll() == depth);
+        CHECK_FALSE(mutex.isHeld());
+        // Another thread gets in, and keeps the first one waiting.
+        bool isLeft = false;
+        std::atomic<bool> isInside{false};
+        std::thread other([&] {
+            const Lock inside(mutex);
+            isInside = true;
+            while (mutex.getWaiterCount() == 0)
+                std::this_thread::yield();
+            isLeft = true;
+        });
+        while (!isInside)
+            std::this_thread::yield();
+        mutex.lockAgain(depth);
+        CHECK(isLeft);
+        for (uint32 times = 0; times < depth; ++times) {
+            CHECK(mutex.isHeld());
+            mutex.unlock();
+        }
+        CHECK_FALSE(mutex.isHeld());
+        other.join();
+    }
 }

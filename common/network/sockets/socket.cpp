@@ -34,9 +34,16 @@ public:
         }
     }
 
-    int32 poll(int32 timeoutMicroseconds, SocketError& error) noexcept {
-        const int32 numReady =
+    /// The number of sockets that are ready, negative after an error. After all sockets have been added.
+    int32 poll(int32 timeoutMicroseconds, Socket::Wake& wake, SocketError& error) noexcept {
+        const uint32 numSockets = mSize;
+        if (wake.handle != Platform::cNoSocket)
+            mSockets[mSize++] = {wake.handle, Platform::READY_TO_READ, Platform::READY_NEVER};
+        int32 numReady =
             Platform::pollSockets({mSockets.data(), mSize}, mHasBytesAhead ? 0 : timeoutMicroseconds, error);
+        wake.isReady = mSize != numSockets && mSockets[numSockets].ready != Platform::READY_NEVER;
+        if (wake.isReady && numReady > 0)
+            --numReady;
         return numReady == 0 && mHasBytesAhead ? 1 : numReady;
     }
     bool empty() const noexcept { return mSize == 0; }
@@ -78,7 +85,7 @@ private:
         return mSockets[slot - 1u];
     }
 
-    std::array<PolledSocket, Platform::cMostPolledSockets> mSockets;
+    std::array<PolledSocket, Platform::cMostPolledSockets> mSockets; ///< and the handle that wakes, behind them
     std::array<uint8, cSlots> mSlots{}; ///< 1 more than the place of the socket, 0 where there is none
     uint32 mSize = 0;
     bool mHasBytesAhead = false; ///< of a socket that is wanted to read
@@ -93,12 +100,19 @@ Socket::~Socket() {
 
 Socket::SelectError Socket::select(SocketList& readList, SocketList& writeList, SocketList& errorList,
                                    int32 timeoutMicroseconds) noexcept {
+    Wake none;
+    return select(readList, writeList, errorList, timeoutMicroseconds, none);
+}
+
+Socket::SelectError Socket::select(SocketList& readList, SocketList& writeList, SocketList& errorList,
+                                   int32 timeoutMicroseconds, Wake& wake) noexcept {
     PollTable table;
+    wake.isReady = false;
     table.add(readList, Platform::READY_TO_READ);
     table.add(writeList, Platform::READY_TO_WRITE);
     table.add(errorList, Platform::READY_TO_FAIL);
     SocketError error = SocketError::SOCKET_ERROR_INVALID;
-    const int32 numReady = table.empty() && timeoutMicroseconds < 0 ? -1 : table.poll(timeoutMicroseconds, error);
+    const int32 numReady = table.empty() && timeoutMicroseconds < 0 ? -1 : table.poll(timeoutMicroseconds, wake, error);
     if (numReady < 0) {
         succeeded(error);
         return SELECT_ERROR;

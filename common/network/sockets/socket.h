@@ -20,6 +20,11 @@ public:
         SELECT_ERROR = 2,
     };
     using SocketList = Container::Vector<Socket*>;
+    /// The handle of a `Platform::WakeHandle`, for a `select` to end with.
+    struct Wake {
+        Platform::SocketHandle handle = Platform::cNoSocket; ///< or none
+        bool isReady = false;                                ///< stored: it was signalled, or nobody can wait for it
+    };
 
     ~Socket() override;
 
@@ -42,6 +47,10 @@ public:
     /// Takes no memory.
     static SelectError select(SocketList& readList, SocketList& writeList, SocketList& errorList,
                               int32 timeoutMicroseconds) noexcept;
+    /// The same, but the wait ends with the handle, too, as if its time were over. The handle counts for none of the
+    /// lists.
+    static SelectError select(SocketList& readList, SocketList& writeList, SocketList& errorList,
+                              int32 timeoutMicroseconds, Wake& wake) noexcept;
 
     /// Why an operation of the calling thread has failed last. The numbers are those of Windows Sockets, on every
     /// system; 0 when none has failed yet.

@@ -159,8 +159,10 @@ int TCPSocket::trySend(const void* buffer, unsigned int length, unsigned int buf
 
 Platform::SocketTransfer TCPSocket::sendOrKeep(const std::byte* src, uint32 numBytes,
                                                Continuation continuation) noexcept {
-    if (continuation == CONTINUATION_LONG && numBytes <= cMostBehind)
+    if (continuation == CONTINUATION_FOLLOWS && numBytes <= cMostBehind)
         return sendLater(src, numBytes);
+    if (continuation == CONTINUATION_NONE && mBehindBegin != mBehindEnd && numBytes <= cMostBehind - mBehindEnd)
+        return sendWithBehind(src, numBytes);
     const SocketError error = sendBehind();
     if (error != SocketError::SOCKET_ERROR_NONE)
         return {0, error};
@@ -176,6 +178,20 @@ Platform::SocketTransfer TCPSocket::sendLater(const std::byte* src, uint32 numBy
     std::memcpy(mBehind.data() + mBehindEnd, src, numBytes);
     mBehindEnd += numBytes;
     return {numBytes, SocketError::SOCKET_ERROR_NONE};
+}
+
+/// Sends what has stayed here and these bytes in one piece; what of them does not go is not taken.
+Platform::SocketTransfer TCPSocket::sendWithBehind(const std::byte* src, uint32 numBytes) noexcept {
+    std::memcpy(mBehind.data() + mBehindEnd, src, numBytes);
+    const Platform::SocketTransfer sent =
+        Platform::sendToSocket(mSocket, mBehind.data() + mBehindBegin, mBehindEnd - mBehindBegin + numBytes, false);
+    mBehindBegin += sent.numBytes;
+    if (mBehindBegin <= mBehindEnd)
+        return {0, sent.error == SocketError::SOCKET_ERROR_NONE ? SocketError::SOCKET_ERROR_WOULD_BLOCK : sent.error};
+    const uint32 taken = mBehindBegin - mBehindEnd;
+    mBehindBegin = 0;
+    mBehindEnd = 0;
+    return {taken, SocketError::SOCKET_ERROR_NONE};
 }
 
 /// Sends what has stayed here: all of it, or there is no room yet.

@@ -20,14 +20,9 @@ public:
     /// What the operations that do not wait return in the place of a number of bytes.
     static constexpr int NOT_YET = -2;
 
-    /// Whether more bytes follow at once.
-    enum Continuation : uint8 {
-        CONTINUATION_NONE,
-        CONTINUATION_FOLLOWS, ///< they may travel together with these
-        /// So many (`cMostBehind`) that these may stay here until there are enough of them; they are lost when the
-        /// socket goes before.
-        CONTINUATION_LONG,
-    };
+    /// Whether more bytes follow at once. Then these may stay here until the last of them comes or there are enough of
+    /// them (`cMostBehind`), and are lost when the socket goes before.
+    enum Continuation : uint8 { CONTINUATION_NONE, CONTINUATION_FOLLOWS };
     static constexpr uint32 cMostBehind = 8192;
 
     /// `isValid` tells whether the system has made it.
@@ -84,6 +79,7 @@ private:
     Platform::SocketTransfer receiveAhead(std::byte* dst, uint32 numBytes) noexcept;
     Platform::SocketTransfer sendOrKeep(const std::byte* src, uint32 numBytes, Continuation continuation) noexcept;
     Platform::SocketTransfer sendLater(const std::byte* src, uint32 numBytes) noexcept;
+    Platform::SocketTransfer sendWithBehind(const std::byte* src, uint32 numBytes) noexcept;
     Platform::SocketError sendBehind() noexcept;
     static int countOf(const Platform::SocketTransfer& transfer) noexcept;
     bool waitUntil(Platform::Readiness ready) const noexcept;

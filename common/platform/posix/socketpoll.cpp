@@ -17,9 +17,10 @@ short eventsOf(Readiness wanted) noexcept {
     return static_cast<short>(events);
 }
 
-/// A hang-up and a failure are reported unasked. They count for everything that is wanted: who is woken has a reason.
+/// A hang-up, a failure and a closed descriptor are reported unasked. They count for everything that is wanted: who is
+/// woken has a reason.
 Readiness readinessOf(short events, Readiness wanted) noexcept {
-    constexpr int cUnasked = POLLERR | POLLHUP;
+    constexpr int cUnasked = POLLERR | POLLHUP | POLLNVAL;
     const int ready = (events & (POLLIN | cUnasked) ? READY_TO_READ : 0) |
                       (events & (POLLOUT | cUnasked) ? READY_TO_WRITE : 0) |
                       (events & (POLLPRI | cUnasked) ? READY_TO_FAIL : 0);

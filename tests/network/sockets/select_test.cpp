@@ -2,6 +2,8 @@
 
 #include "tests/network/sockets/connectedpair.h"
 
+#include "common/platform/wakehandle.h"
+
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -218,6 +220,51 @@ TEST_CASE_FIXTURE(LibraryTest, "each list looks at 64 different sockets, and wha
     CHECK(lists.write[127] == &sockets[63]);
     for (const int handle : handles)
         close(handle);
+}
+
+TEST_CASE_FIXTURE(LibraryTest, "a handle that wakes ends a select beside 64 sockets of each list") {
+    ConnectedPair pair;
+    TCPSocket& near = *pair.near;
+    const std::string text(1000000, 'x');
+    while (near.trySend(text.data(), 1000000, 0) != TCPSocket::NOT_YET) {
+    }
+    std::vector<int> handles;
+    std::deque<Borrowed> sockets;
+    Lists lists;
+    for (Socket::SocketList* const list : {&lists.read, &lists.write, &lists.error}) {
+        for (int each = 0; each < 64; ++each) {
+            handles.push_back(dup(static_cast<int>(near.getHandle())));
+            sockets.emplace_back(handles.back());
+            list->push_back(&sockets.back());
+        }
+    }
+    Platform::WakeHandle handle;
+    REQUIRE(handle);
+    Socket::Wake wake{handle.getHandle()};
+    const auto select = [&](int32 timeoutMicroseconds) {
+        return Socket::select(lists.read, lists.write, lists.error, timeoutMicroseconds, wake);
+    };
+    CHECK(select(0) == Socket::SELECT_TIMEOUT);
+    CHECK_FALSE(wake.isReady);
+    CHECK(handle.signal());
+    CHECK(handle.signal());
+    CHECK(select(-1) == Socket::SELECT_TIMEOUT);
+    CHECK(wake.isReady);
+    CHECK(handle.clear());
+    CHECK_FALSE(handle.clear());
+    CHECK(select(0) == Socket::SELECT_TIMEOUT);
+    CHECK_FALSE(wake.isReady);
+    CHECK((lists.read.size() == 64 && lists.write.size() == 64 && lists.error.size() == 64));
+
+    // Both at once: the handle counts for no socket.
+    CHECK(handle.signal());
+    sendText(*pair.far, "x");
+    waitReadable(near);
+    CHECK(select(-1) == Socket::SELECT_OK);
+    CHECK(wake.isReady);
+    CHECK((lists.read.size() == 64 && lists.write.empty() && lists.error.empty()));
+    for (const int each : handles)
+        close(each);
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a socket whose descriptor has a large number is waited for like any other") {

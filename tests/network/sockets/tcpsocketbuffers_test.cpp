@@ -59,38 +59,42 @@ TEST_CASE_FIXTURE(LibraryTest, "small receives return what has arrived, whatever
     CHECK(pair.near->receive(text, 4, 0) == 0);
 }
 
-TEST_CASE_FIXTURE(LibraryTest, "what stays here because much follows is sent in its place, and when there is room") {
+TEST_CASE_FIXTURE(LibraryTest, "what stays here because more follows is sent in its place, and when there is room") {
     constexpr uint32 cPiece = 256;
     ConnectedPair pair;
     const std::string bytes = patternOf(6000000);
     const auto length = static_cast<uint32>(bytes.size());
-    uint32 sent = 0;
-    const auto sendPiece = [&] {
-        const uint32 end = std::min(sent + cPiece, length);
-        const bool isLong = length - end >= TCPSocket::cMostBehind;
-        const int count = pair.near->trySend(bytes.data(), end, sent,
-                                             isLong ? TCPSocket::CONTINUATION_LONG : TCPSocket::CONTINUATION_NONE);
-        sent += count > 0 ? static_cast<uint32>(count) : 0;
-        return count;
-    };
-    int count = 0;
-    while (count >= 0)
-        count = sendPiece();
-    REQUIRE(count == TCPSocket::NOT_YET);
-    CHECK(sent < length - TCPSocket::cMostBehind);
-    std::string received;
-    std::thread peer([&] { received = receiveText(*pair.far, bytes.size()); });
-    while (sent < length) {
-        count = sendPiece();
-        REQUIRE((count > 0 || count == TCPSocket::NOT_YET));
+    for (const uint32 perMessage : {length, 7 * cPiece, 2 * cPiece}) {
+        CAPTURE(perMessage);
+        uint32 sent = 0;
+        const auto sendPiece = [&] {
+            // A piece of which a part was taken goes on behind that.
+            const uint32 end = std::min((sent / cPiece + 1) * cPiece, length);
+            const bool isLast = end == length || end % perMessage == 0;
+            const int count = pair.near->trySend(
+                bytes.data(), end, sent, isLast ? TCPSocket::CONTINUATION_NONE : TCPSocket::CONTINUATION_FOLLOWS);
+            sent += count > 0 ? static_cast<uint32>(count) : 0;
+            return count;
+        };
+        int count = 0;
+        while (count >= 0)
+            count = sendPiece();
+        REQUIRE(count == TCPSocket::NOT_YET);
+        CHECK(sent < length - TCPSocket::cMostBehind);
+        std::string received;
+        std::thread peer([&] { received = receiveText(*pair.far, bytes.size()); });
+        while (sent < length) {
+            count = sendPiece();
+            REQUIRE((count > 0 || count == TCPSocket::NOT_YET));
+        }
+        peer.join();
+        CHECK(received == bytes);
     }
-    peer.join();
-    CHECK(received == bytes);
 
     // A failure comes with the call that finds it.
-    CHECK(pair.near->trySend("x", 1, 0, TCPSocket::CONTINUATION_LONG) == 1);
+    CHECK(pair.near->trySend("x", 1, 0, TCPSocket::CONTINUATION_FOLLOWS) == 1);
     pair.near->disconnect();
-    CHECK(pair.near->trySend("x", 1, 0, TCPSocket::CONTINUATION_LONG) == 1);
+    CHECK(pair.near->trySend("x", 1, 0, TCPSocket::CONTINUATION_FOLLOWS) == 1);
     CHECK(pair.near->trySend("x", 1, 0) == -1);
     CHECK(Socket::getLastError() == 10058);
 }
