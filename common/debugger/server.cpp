@@ -2,7 +2,8 @@
 
 #include "common/debug/assert.h"
 #include "common/debug/report.h"
-#include "common/debugger/identityreplymsghandler.h"
+#include "common/debugger/handler/defaulthandlers.h"
+#include "common/debugger/internal/breakpointmark.h"
 #include "common/debugger/internal/serverthread.h"
 #include "common/debugger/messageid.h"
 #include "common/debugger/tcpconnectionlayer.h"
@@ -115,6 +116,8 @@ bool Server::destroyInstance() {
         return TARQ_FAIL("There isn't a Debugger Server to destroy");
     if (server->mThread)
         stop();
+    BreakpointMark::waitForNone();
+    server->deleteModules();
     gInstance = nullptr;
     delete server;
     ReflectionInterface::close();
@@ -160,7 +163,7 @@ bool Server::exitAsync() {
 
 /// Whoever waits for the server's threads from inside of them, or while they wait for what it holds, waits for ever.
 bool Server::isInside() noexcept {
-    return ServerThreadMark::isSet() || sDataMutex.isHeld() || gLifecycle.isHeld();
+    return ServerThreadMark::isSet() || BreakpointMark::isSet() || sDataMutex.isHeld() || gLifecycle.isHeld();
 }
 
 bool Server::refuseInside(const char* function) {
@@ -194,6 +197,7 @@ bool Server::stop() {
     server->mThread->join();
     server->mThread.reset();
     // A handler may have ended the thread before it came to that.
+    server->stopHolding();
     if (server->mConnectionLayer)
         server->shutdownServer();
     Debug::report({LOG_MESSAGE, cExitAsync}, "Debugger server was stopped and his thread was deleted");
@@ -205,10 +209,11 @@ Server* Server::getInstance() noexcept {
 }
 
 Platform::MilliSeconds Server::getSystemTime() noexcept {
-    return Platform::Time::getWallTime();
+    return Platform::Time::getCoarseWallTime();
 }
 
-Server::Server(Platform::MilliSeconds waitTime) : mWaitTime(waitTime), mConnectedClients(getAllocator()) {}
+Server::Server(Platform::MilliSeconds waitTime)
+    : mWaitTime(waitTime), mConnectedClients(getAllocator()), mModules(getAllocator()) {}
 
 Server::~Server() = default;
 
@@ -229,6 +234,7 @@ bool Server::open(const HostAddress& address, ConnectionLayerFactory& factory) {
     const DataLock inside(sDataMutex);
     mHostAddress = address;
     mIsRunning = true;
+    mIsHoldingStopped = false;
     mDispatcher.reset(new (getAllocator()) Network::Message::Dispatcher);
     mConnectionLayer.reset(factory.createConnectionLayer(getAllocator(), this, mWaitTime));
     if (!mConnectionLayer || !mConnectionLayer->connect(address)) {
@@ -236,7 +242,7 @@ bool Server::open(const HostAddress& address, ConnectionLayerFactory& factory) {
                                               "ConnectionLayer");
         return false;
     }
-    if (!registerDefaultMessageHandlers()) {
+    if (!registerDefaultMessageHandlers(*this)) {
         Debug::report({LOG_ERROR, cRunAsync}, "Couldn't start debugger server because of error during register "
                                               "default handler");
         return false;
@@ -244,14 +250,6 @@ bool Server::open(const HostAddress& address, ConnectionLayerFactory& factory) {
     if (!isLoopback(address))
         Debug::report({LOG_WARNING, cRunAsync}, "Debugger server listens on ", address.toString(),
                       ": whoever reaches this address can look into the process and change it");
-    return true;
-}
-
-bool Server::registerDefaultMessageHandlers() {
-    std::unique_ptr<IdentityReplyMsgHandler> identity(new (getAllocator()) IdentityReplyMsgHandler(this));
-    if (!registerMessageHandler(identity.get()))
-        return false;
-    static_cast<void>(identity.release());
     return true;
 }
 
@@ -270,9 +268,11 @@ int32 Server::run() {
     int32 result = 0;
     {
         const Threading::ScopedLock running(mRunMutex);
+        startHolding();
         mFailedPasses = 0;
         while (mIsRunning.load(std::memory_order_relaxed))
             result = processEvents();
+        stopHolding();
     }
     shutdownServer();
     return result;
@@ -293,15 +293,20 @@ int32 Server::processEvents() {
 
 /// Whatever the transport does, the server does not run afterwards, and nobody is left.
 void Server::shutdownServer() {
-    const DataLock inside(sDataMutex);
-    disconnectAll();
-    runLogged(cRun, "Debugger server couldn't stop listening: ", [this] {
-        mConnectionLayer->close();
-        return true;
-    });
-    const uint32 left = getClientCount();
-    TARQ_ASSERT_AS("mConnectedClients.empty()", left == 0, left, "Clients are still existing");
-    dropTransport();
+    {
+        const DataLock inside(sDataMutex);
+        disconnectAll();
+        runLogged(cRun, "Debugger server couldn't stop listening: ", [this] {
+            mConnectionLayer->close();
+            return true;
+        });
+        const uint32 left = getClientCount();
+        TARQ_ASSERT_AS("mConnectedClients.empty()", left == 0, left, "Clients are still existing");
+        dropTransport();
+    }
+    // The modules are what these threads look at.
+    BreakpointMark::waitForNone();
+    deleteModules();
 }
 
 void Server::disconnectAll() {
@@ -323,6 +328,7 @@ void Server::dropTransport() {
     mConnectionLayer.reset();
     mDispatcher.reset();
     while (!mConnectedClients.empty()) {
+        forgetClient(*mConnectedClients.front());
         deleteClient(mConnectedClients.front());
         mConnectedClients.pop_front();
     }

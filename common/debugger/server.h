@@ -1,13 +1,17 @@
 #pragma once
 
+#include "common/container/idvector.h"
 #include "common/container/list.h"
 #include "common/debugger/acceptfilter.h"
 #include "common/debugger/clientinfo.h"
 #include "common/debugger/connectionlayer.h"
+#include "common/debugger/mutexgate.h"
+#include "common/debugger/stepfilter.h"
 #include "common/network/connectionlimits.h"
 #include "common/network/message/dispatcher.h"
 #include "common/threading/fairmutex.h"
 #include "common/threading/mutex.h"
+#include "common/threading/spinlock.h"
 #include "common/threading/thread.h"
 #include "common/threading/threaded.h"
 
@@ -15,6 +19,10 @@
 #include <memory>
 
 namespace Tarq::Common::Debugger {
+
+class BreakpointInstance;
+class Module;
+class ObjectInstance;
 
 /// The debugger inside a host: debugging tools connect to it over TCP. There is at most one.
 ///
@@ -44,8 +52,8 @@ public:
     /// the manager of the reflection interface asserts that it cannot take the types. Throws `OutOfMemoryException`,
     /// and leaves nothing behind.
     ///
-    /// One pass of the server thread waits for at most `waitTime`: this is how long a message that is queued by another
-    /// thread, and `exitAsync`, may take.
+    /// One pass of the server thread waits for at most `waitTime`: this is how long `exitAsync` may take. A message
+    /// that another thread queues ends the wait; where the system refuses the handle for that, it takes as long.
     static void createInstance(const Memory::AllocatorPtr& allocator, Platform::MilliSeconds waitTime);
     /// Stops the server if it runs and deletes it. Asserts "There isn't a Debugger Server to destroy"; false then.
     /// Refused like `exitAsync`.
@@ -63,7 +71,7 @@ public:
 
     /// Null when there is none.
     static Server* getInstance() noexcept;
-    /// How long the process runs.
+    /// How long the process has run, in steps of the system's timer, of some milliseconds.
     static Platform::MilliSeconds getSystemTime() noexcept;
 
     ~Server() override;
@@ -95,6 +103,28 @@ public:
     /// Sets the client-wide break request.
     bool setClientBreakflag(uint32 connectionID);
 
+    // Modules. They are deleted when the server stops; host threads that are inside breakpoints are waited for then,
+    // and enter no other.
+
+    /// Makes a module whose history has up to `maxHistoryLength` entries for each object instance. Asserts that there
+    /// is none of this name and version; null otherwise. Asserts that the length is above 0; 1 otherwise. Throws
+    /// `OutOfMemoryException`.
+    Module* createModule(const String& name, const uint32& version, uint32 maxHistoryLength);
+    /// Deletes the module, and sets the pointer to null; its client is told. Asserts that the server has it, and that
+    /// no thread is held in it; false then. One that is gone
+    /// is found to be, as long as no newer module stands in its place.
+    bool destroyModule(Module*& module);
+    /// By id: asserts that there is one; by name and version: no report. False then.
+    bool getModule(Module*& out, const uint32& moduleID);
+    bool getModule(Module*& out, const String& name, const uint32& version);
+
+    /// Whether a thread is held at a breakpoint. Costs no lock.
+    bool isBreakpointHolding() const noexcept { return mIsBreakpointHolding.load(std::memory_order_relaxed); }
+
+    /// Lets the thread that is held go on, and holds no other until the server is started again. For hosts that end: a
+    /// thread that is held cannot be joined, and one that may still come by a breakpoint has to be before `exitAsync`.
+    void stopHolding();
+
     Platform::MilliSeconds getWaitTime() const noexcept { return mWaitTime; }
     /// What the host has set last, 0 at first. Only the host knows what it counts.
     Platform::MilliSeconds getGameTime() const;
@@ -119,6 +149,34 @@ public:
     /// Held by host threads that are about to enter breakpoints.
     Threading::Mutex& getBreakAreaMutex() noexcept { return mBreakAreaMutex; }
 
+    /// Held by the host thread that is inside a breakpoint; taken before the data mutex.
+    Threading::SpinLock& getBreakpointEntryLock() noexcept { return mBreakpointEntryLock; }
+
+    // What follows is called under the data mutex. Silent lookups for what clients ask: null when there is none.
+
+    Module* findModule(uint32 moduleID) const noexcept { return mModules.get(moduleID); }
+    Module* findModule(const String& name, uint32 version) const;
+    /// Takes the module from its client, and what that has begun there.
+    void disconnectModule(Module& module);
+
+    /// Holds the calling thread, which is at the breakpoint with the trigger, until it is let through; the data mutex
+    /// is let go of meanwhile. Asserts that no other is held; false then.
+    bool holdBreakpoint(Module* module, BreakpointInstance* breakpoint, ObjectInstance* trigger);
+    /// Lets the thread that is held in a module of the client go on, and ends what the client has begun to hold more.
+    /// False when it is held in another's module. Server thread.
+    bool makeContinue(ClientInfo* client);
+    /// Lets the thread that is held in the module go on, if no client has the module any more. Server thread.
+    void releaseAbandoned(const Module& module);
+    /// Lets it go on up to the next breakpoint: with the same object, if that is wanted, and of that type, 0xFFFFFFFF
+    /// for any. Asserts that one is held, in a module of the client; false then. Server thread.
+    bool makeStep(uint32 connectionID, bool objectInstanceFilter, uint32 breakpointTypeFilterID);
+    /// Whether the pending step ends at such a breakpoint.
+    bool isStepMatched(const Module& module, const BreakpointInstance& breakpoint, const ObjectInstance& trigger) const;
+    /// An object instance goes: nothing names it any more.
+    void forgetObjectInstance(const Module& module, uint32 objectInstanceID) noexcept;
+    bool isHolding(const ObjectInstance& trigger) const noexcept { return mObjectInstanceHolding == &trigger; }
+    bool isHoldingStopped() const noexcept { return mIsHoldingStopped; }
+
     /// A connection is there. Asserts that its ID is not that of a client; false then. Throws `OutOfMemoryException`;
     /// there is no client then.
     bool notifyConnection(uint32 connectionID);
@@ -137,12 +195,17 @@ private:
     bool start(const Network::Sockets::HostAddress& address, ConnectionLayerFactory& factory);
     bool open(const Network::Sockets::HostAddress& address, ConnectionLayerFactory& factory);
     void dropTransport();
-    bool registerDefaultMessageHandlers();
     int32 processEvents();
     void shutdownServer();
     void disconnectAll();
 
+    void deleteModules();
+    void startHolding();
+    bool letPass();
+    Module* findModule(const Module* module) const noexcept;
+
     ClientInfo* findClient(uint32 connectionID) const noexcept;
+    void forgetClient(ClientInfo& ownClInfo);
     void removeClientInfo(uint32 connectionID);
     void deleteClient(ClientInfo* client) noexcept;
 
@@ -150,6 +213,9 @@ private:
         sDataMutex; ///< so that it can be asked for while nobody knows whether there is a server
 
     Threading::Mutex mBreakAreaMutex;
+    Threading::SpinLock mBreakpointEntryLock{Threading::cSpinCount};
+    MutexGate mBreakpointGate; ///< the server thread's
+    std::atomic<bool> mIsBreakpointHolding{false};
     Threading::Mutex mRunMutex; ///< held by the server thread while its loop runs
     std::atomic<bool> mIsRunning{true};
     Platform::MilliSeconds mWaitTime;
@@ -163,6 +229,13 @@ private:
     std::unique_ptr<Network::Message::Dispatcher> mDispatcher;
     Container::List<ClientInfo*> mConnectedClients; ///< in the order in which they came
     uint64 mLastGeneration = 0;
+    Container::IDVector<Module> mModules;
+    Module* mModuleHolding = nullptr;
+    BreakpointInstance* mBreakpointInstanceHolding = nullptr;
+    ObjectInstance* mObjectInstanceHolding = nullptr;
+    bool mIsHoldingStopped = false;
+    bool mIsLetPass = false; ///< whether the thread that is held may go, although it has not gone yet
+    StepFilter mMakeStepFilter;
     Platform::MilliSeconds mGameTime;
     Network::ConnectionLimits mConnectionLimits;
     AcceptFilter* mAcceptFilter = nullptr;

@@ -1,6 +1,7 @@
 #include "common/debug/assert.h"
 #include "common/debug/report.h"
 #include "common/debugger/messageid.h"
+#include "common/debugger/model/module.h"
 #include "common/debugger/server.h"
 #include "common/memory/allocate.h"
 
@@ -39,10 +40,27 @@ bool Server::disconnectClient(uint32 connectionID) {
     ClientInfo* ownClInfo = nullptr;
     if (!TARQ_ASSERT(getClientInfo(ownClInfo, connectionID), "Tried to disconnect unkown Client (not connected)"))
         return false;
+    forgetClient(*ownClInfo);
     Debug::report({LOG_MESSAGE, cDisconnectClient}, "Disconnecting client (name: ", ownClInfo->mComputerName,
                   ", user: ", ownClInfo->mUserName, ")");
     removeClientInfo(connectionID);
     return true;
+}
+
+/// What it has begun ends, and its modules are without a client.
+void Server::forgetClient(ClientInfo& ownClInfo) {
+    if (mMakeStepFilter.mClient == &ownClInfo)
+        mMakeStepFilter = StepFilter();
+    if (isBreakpointHolding() && mModuleHolding->getClient() == &ownClInfo)
+        makeContinue(&ownClInfo);
+    for (auto at = mModules.begin(); at != mModules.end(); ++at) {
+        const ClientInfo* const clInfo = (*at)->getClient();
+        if (!clInfo || clInfo->mConnectionID != ownClInfo.mConnectionID)
+            continue;
+        TARQ_ASSERT_AS("ownClInfo == clInfo", &ownClInfo == clInfo,
+                       "Internal Error: module has a matching socket but not the same clientInfo");
+        disconnectModule(**at);
+    }
 }
 
 void Server::removeClientInfo(uint32 connectionID) {

@@ -33,11 +33,11 @@ public:
         perform([&](Layer& layer) { connectionID = layer.open(); });
         return connectionID;
     }
-    /// Hands the server a message whose bytes it gets one by one, which may end in the middle.
+    /// Hands the server a message, which may end in the middle.
     void send(uint32 connectionID, const std::string& message) {
         perform([&](Layer& layer) {
             RecordingStream stream(message);
-            stream.limitReads(1);
+            stream.limitReads(mLongestRead);
             layer.mServer->messageReceived(connectionID, &stream);
         });
     }
@@ -61,6 +61,12 @@ public:
 
     /// What every pass returns.
     static constexpr Common::int32 cResult = 7;
+
+    /// How many bytes of a message a read delivers: one by one, unless bytes have to be copied from stream to stream.
+    uint64 mLongestRead = 1;
+
+    /// Runs when the server is interrupted, under its data mutex.
+    std::function<void()> mOnInterrupt;
 
     // Faults.
 
@@ -115,9 +121,13 @@ private:
             return cResult;
         }
         void interrupt() override {
-            const std::scoped_lock inside(mNetwork.mMutex);
-            mNetwork.mIsInterrupted = true;
-            mNetwork.mChanged.notify_all();
+            {
+                const std::scoped_lock inside(mNetwork.mMutex);
+                mNetwork.mIsInterrupted = true;
+                mNetwork.mChanged.notify_all();
+            }
+            if (mNetwork.mOnInterrupt)
+                mNetwork.mOnInterrupt();
             throwIfWanted();
         }
 

@@ -205,7 +205,7 @@ TEST_CASE_FIXTURE(ServerTest, "a reply that cannot be sent is reported and delet
     const uint32 client = mNetwork.connect();
     mNetwork.mCanSend = false;
     const ExpectedAssertion expected("\nError Message: Couldn't send returning message back to client",
-                                     "common/debugger/requesthandler");
+                                     "common/debugger/handler/requesthandler");
     mNetwork.send(client, identityOf("desk", "ada", 2));
 }
 

@@ -3,9 +3,11 @@
 #include "tests/debugger/simulation.h"
 
 #include "common/container/idvector.h"
+#include "common/debugger/messageid.h"
 
 #include <algorithm>
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -156,6 +158,9 @@ public:
     const std::vector<std::string>& getExpected() const { return mExpected; }
 
     bool mAreRemarksHeard = false;
+    /// Does what concerns a connection: a message, or its end, for which that is empty. Returns whether it has let a
+    /// thread go on that was held.
+    std::function<bool(uint32 id, const std::string& message, const std::function<void()>& event)> mAround;
 
 private:
     class Layer final : public Debugger::ConnectionLayer {
@@ -186,7 +191,7 @@ private:
             message->read(bytes.data(), bytes.size());
             if (connection->isGivenUp || connection->unsent.size() + bytes.size() > cMostUnsent) {
                 connection->isGivenUp = true;
-                if (typeOf(bytes) == 0x0100000F)
+                if (isReported(Debugger::MessageID{typeOf(bytes)}))
                     mNetwork.expect("\nError Message: Couldn't send returning message back to client");
                 return false;
             }
@@ -231,6 +236,16 @@ private:
         static constexpr std::size_t cMostUnsent = 7000;
         static constexpr std::size_t cMostOnWire = 2000; ///< when the other end does not read
 
+        /// Whether it is said always in the same way that a message of this type is lost.
+        static bool isReported(Debugger::MessageID type) {
+            using enum Debugger::MessageID;
+            for (const Debugger::MessageID request : {GET_HISTORY, IDENTITY, GET_VARIABLE, SET_VARIABLE,
+                                                      SET_BREAKPOINT_OBJECT_INSTANCE, SET_BREAKPOINT, SET_WATCHES}) {
+                if (type == Debugger::replyTo(request))
+                    return true;
+            }
+            return false;
+        }
         void checkLock(bool isNeeded, const std::string& call) const {
             mNetwork.mFault.check(mServer->getDataMutex().isHeld() == isNeeded,
                                   call +
@@ -265,7 +280,11 @@ private:
             if (typeOf(message) == REMARK && !mNetwork.mAreRemarksHeard)
                 mNetwork.expect("\nError Message: No MessageHandler registered for MessageTypeID: " +
                                 std::to_string(REMARK));
-            mServer->messageReceived(connection.id, &stream);
+            const bool hasLetGo =
+                mNetwork.mAround(connection.id, message, [&] { mServer->messageReceived(connection.id, &stream); });
+            const Debugger::MessageID type{typeOf(message)};
+            if (type == Debugger::MessageID::CONTINUE || (hasLetGo && type != Debugger::MessageID::MAKE_STEP))
+                connection.isBreaking = false;
             connection.isNamed |= message == identityOf(connection.name.c_str(), "ada", 2);
             if (mNetwork.mRandom.oneIn(4)) {
                 mNetwork.endTurn();
@@ -281,8 +300,10 @@ private:
             }
         }
         void lose(const SimulatedConnection& connection) {
-            const Server::DataLock inside(mServer->getDataMutex());
-            disconnect(connection.id);
+            mNetwork.mAround(connection.id, "", [&] {
+                const Server::DataLock inside(mServer->getDataMutex());
+                disconnect(connection.id);
+            });
         }
 
         SimulatedNetwork& mNetwork;

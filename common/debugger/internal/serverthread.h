@@ -13,7 +13,8 @@ public:
     static bool isSet() noexcept { return tIsServerThread; }
 
 private:
-    static inline thread_local constinit bool tIsServerThread = false;
+    /// In the static block that every process sets aside for libraries loaded late: read without a call.
+    [[gnu::tls_model("initial-exec")]] static inline thread_local constinit bool tIsServerThread = false;
 };
 
 } // namespace Tarq::Common::Debugger

@@ -1,12 +1,14 @@
 #include "common/parser/formula/datatypefunctionmathvalue.h"
 
 #include "common/parser/formula/internal/nodes.h"
+#include "common/parser/formula/variableaccessor.h"
 
 namespace Tarq::Common::Parser::Formula {
 
 void MemberCall::call(void* result, VariableAccessor* accessor) {
     const auto& list = mArguments.evaluate(accessor);
-    void* object = mObject->isReferenceValue() ? mObject->getValueReference(accessor) : nullptr;
+    const bool isCopied = accessor && accessor->isReadOnly();
+    void* object = !isCopied && mObject->isReferenceValue() ? mObject->getValueReference(accessor) : nullptr;
     if (!object) {
         object = mObjectPlace.get();
         mObject->getValue(object, accessor);

@@ -8,7 +8,8 @@
 namespace Tarq::Common::Parser::Formula {
 
 /// What the calls of member functions share: an object, which is the value of a node, and the arguments. Where the node
-/// is a reference value that gives its address, that is the object; otherwise it is computed into a place of its own.
+/// is a reference value that gives its address, and the accessor is not read-only, that is the object; otherwise it is
+/// computed into a place of its own.
 class TARQ_API MemberCall {
 public:
     using DatatypeBase = Reflection::Datatype::DatatypeBase;

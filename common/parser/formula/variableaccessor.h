@@ -22,13 +22,18 @@ public:
     void setObject(void* object) noexcept { mObject = static_cast<char*>(object); }
     char* getObject() const noexcept { return mObject; }
 
+    /// Whether formulas leave alone what they are evaluated over: member functions then work on copies of variables.
+    bool isReadOnly() const noexcept { return mIsReadOnly; }
+
 protected:
     VariableAccessor() = default;
+    explicit VariableAccessor(bool isReadOnly) noexcept : mIsReadOnly(isReadOnly) {}
     VariableAccessor(const VariableAccessor&) = default;
     VariableAccessor& operator=(const VariableAccessor&) = default;
 
 private:
     char* mObject = nullptr;
+    bool mIsReadOnly = false;
 };
 
 } // namespace Tarq::Common::Parser::Formula

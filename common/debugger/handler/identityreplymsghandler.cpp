@@ -1,4 +1,4 @@
-#include "common/debugger/identityreplymsghandler.h"
+#include "common/debugger/handler/identityreplymsghandler.h"
 
 #include "common/debugger/server.h"
 
@@ -22,7 +22,7 @@ void IdentityReplyMsgHandler::reset() {
     mProtocolVersion = 0;
 }
 
-bool IdentityReplyMsgHandler::handleMessage(Network::Message::MessageReader* reader, uint32 connection) {
+bool IdentityReplyMsgHandler::handleMessage(MessageReader* reader, uint32 connection) {
     reset();
     if (!readFields(*reader))
         return false;
@@ -30,13 +30,10 @@ bool IdentityReplyMsgHandler::handleMessage(Network::Message::MessageReader* rea
         refuseVersion();
     else if (!accept(connection))
         return false;
-    return reply(connection, [this](Network::Message::MessageBuilder& builder) {
-        builder.write(mErrorCode);
-        builder.write(mErrorText);
-    });
+    return reply(connection, [this](MessageBuilder& builder) { writeError(builder); });
 }
 
-bool IdentityReplyMsgHandler::readFields(Network::Message::MessageReader& reader) {
+bool IdentityReplyMsgHandler::readFields(MessageReader& reader) {
     return readField(reader, mComputerName, "ComputerName") && readField(reader, mUserName, "UserName") &&
            readField(reader, mProtocolVersion, "protocolVersion");
 }

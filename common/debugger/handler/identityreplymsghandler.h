@@ -1,6 +1,6 @@
 #pragma once
 
-#include "common/debugger/requesthandler.h"
+#include "common/debugger/handler/requesthandler.h"
 
 namespace Tarq::Common::Debugger {
 
@@ -15,7 +15,7 @@ public:
     void reset() override;
 
 private:
-    bool readFields(Network::Message::MessageReader& reader);
+    bool readFields(MessageReader& reader);
     bool accept(uint32 connection);
     void refuseVersion();
 
