@@ -253,6 +253,13 @@ TEST_CASE_FIXTURE(CommandLineTest, "a wrong command line is told what is wrong w
         {{"identify", "1", "--protocol-version", "-1"}, "--protocol-version"},
         {{"identify", "1", "--once"}, "--once"},
         {{"connect", "1", "2"}, "2"},
+        {{"tree", "1"}, "--module is required"},
+        {{"get", "1", "--module", "world"}, "PATH is required"},
+        {{"set", "1", "a/b/c.d", "--module", "world"}, "VALUE is required"},
+        {{"debug", "1", "--module", "world:x"}, "--module: the module has to be NAME or NAME:VERSION"},
+        {{"debug", "1", "--module", ":1"}, "--module: the module has to be NAME or NAME:VERSION"},
+        {{"debug", "1", "--module", "world:1", "-e"}, "-e"},
+        {{"events", "1", "--module", "world", "agents"}, "agents"},
     };
     for (const auto& given : cases) {
         CAPTURE(given.problem);
@@ -268,7 +275,8 @@ TEST_CASE_FIXTURE(CommandLineTest, "help is a result") {
     for (const Texts& arguments : {Texts{"--help"}, Texts{"-h"}}) {
         CHECK(runAlone(arguments) == 0);
         CHECK(told == "");
-        for (const char* const part : {"tarq-debug [OPTIONS] SUBCOMMAND", "identify", "Examples:", "  4  when"})
+        for (const char* const part :
+             {"tarq-debug [OPTIONS] SUBCOMMAND", "identify", "history", "Examples:", "  6  when"})
             CHECK(written.find(part) != written.npos);
     }
     CHECK(runAlone({"connect", "--help"}) == 0);

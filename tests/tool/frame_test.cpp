@@ -1,7 +1,6 @@
 #include "tool/client/frame.h"
 
 #include "tool/client/codec.h"
-#include "tool/client/outbox.h"
 
 #include "tests/tool/scriptedhost.h"
 
@@ -38,9 +37,6 @@ std::string assembled(FrameAssembler& assembler, const std::string& bytes, uint3
 std::string frameBytes(std::size_t length) {
     return std::string(length, 'x');
 }
-Frame makeFrame(uint32 length) {
-    return Frame(Tarq::Common::Memory::AllocatorPtr(), length, uint8{'x'});
-}
 
 } // namespace
 
@@ -76,53 +72,6 @@ TEST_CASE_FIXTURE(LibraryTest, "a message is encoded with its length in front") 
     identity.userName = "john";
     const Frame frame = encode(identity);
     CHECK(hexOf(frame.data(), frame.size()) == hexOf(cIdentityFrame));
-}
-
-TEST_CASE_FIXTURE(LibraryTest, "requests wait until those before them are answered") {
-    constexpr MessageID cFirst = MessageID::MESSAGE_GET_VARIABLE;
-    constexpr MessageID cOther = MessageID::MESSAGE_SET_WATCH;
-    Outbox outbox(100);
-    CHECK(outbox.getNext().empty());
-    outbox.addRequest(makeFrame(60), replyTo(cFirst));
-    outbox.addRequest(makeFrame(40), replyTo(cOther));
-    outbox.addRequest(makeFrame(30), replyTo(cFirst));
-    outbox.addSilent(makeFrame(10));
-    outbox.addRequest(makeFrame(500), replyTo(cFirst));
-
-    CHECK(outbox.getNext().size() == 60);
-    outbox.take(7, 7);
-    CHECK(outbox.getNext().size() == 53);
-    outbox.take(53, 7);
-    outbox.take(40, 7);
-    CHECK(outbox.getUnanswered() == 100);
-    CHECK(outbox.getNext().empty());
-    outbox.answer(static_cast<uint32>(cFirst)); // no reply
-    CHECK(outbox.getNext().empty());
-    outbox.answer(static_cast<uint32>(replyTo(cOther)));
-    CHECK(outbox.getUnanswered() == 60);
-    outbox.take(30, 7);
-    outbox.take(10, 7);
-    CHECK(outbox.getUnanswered() == 90);
-    outbox.answer(static_cast<uint32>(replyTo(cFirst)));
-    CHECK(outbox.getUnanswered() == 30);
-    CHECK(outbox.getNext().empty());
-    outbox.answer(static_cast<uint32>(replyTo(cFirst)));
-    // What is longer than all that may be under way travels alone, to its end.
-    CHECK(outbox.getNext().size() == 500);
-    outbox.take(499, 7);
-    CHECK(outbox.getNext().size() == 1);
-    outbox.take(1, 7);
-    outbox.addSilent(makeFrame(1));
-    CHECK(outbox.getNext().empty());
-
-    // What is given up holds nothing back; its answer may come nevertheless.
-    CHECK(outbox.getOldestTime() == 7);
-    CHECK(outbox.giveUpOldest() == static_cast<uint32>(replyTo(cFirst)));
-    CHECK(outbox.getUnanswered() == 0);
-    CHECK_FALSE(outbox.isWaiting());
-    CHECK(outbox.getNext().size() == 1);
-    outbox.answer(static_cast<uint32>(replyTo(cFirst)));
-    CHECK(outbox.getUnanswered() == 0);
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a value of any type is read, or found to be cut off, without an assertion") {

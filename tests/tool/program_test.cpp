@@ -1,6 +1,6 @@
 #include "tool/platform/system.h"
 
-#include "tests/tool/scriptedhost.h"
+#include "tests/tool/modulehost.h"
 
 #include <csignal>
 #include <cstdio>
@@ -21,11 +21,15 @@ namespace System = Tarq::Tool::System;
 
 namespace {
 
-/// tarq-debug as a process, whose standard output is read line by line; some of its standard streams may be closed.
+/// tarq-debug as a process, whose standard output is read line by line, and whose standard input is typed; some of its
+/// standard streams may be closed.
 class Program {
 public:
     explicit Program(Texts arguments, const std::vector<int>& closedStreams = {}) {
         int ends[2];
+        int inputEnds[2];
+        REQUIRE(pipe2(inputEnds, O_CLOEXEC) == 0);
+        mInput = inputEnds[1];
         REQUIRE(pipe(ends) == 0);
         fcntl(ends[0], F_SETPIPE_SZ, cPipeSize);
         arguments.insert(arguments.begin(), TARQ_TOOL_PROGRAM);
@@ -35,6 +39,7 @@ public:
         argv.push_back(nullptr);
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, inputEnds[0], STDIN_FILENO);
         posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
         posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         posix_spawn_file_actions_addclose(&actions, ends[0]);
@@ -44,6 +49,7 @@ public:
         const int error = posix_spawn(&mProcess, TARQ_TOOL_PROGRAM, &actions, nullptr, argv.data(), environ);
         posix_spawn_file_actions_destroy(&actions);
         close(ends[1]);
+        close(inputEnds[0]);
         mOutput = fdopen(ends[0], "r");
         REQUIRE(error == 0);
     }
@@ -51,12 +57,16 @@ public:
     Program& operator=(const Program&) = delete;
     ~Program() {
         std::fclose(mOutput);
+        close(mInput);
         if (mProcess > 0) {
             kill(mProcess, SIGKILL);
             waitpid(mProcess, nullptr, 0);
         }
     }
 
+    void type(const std::string& text) {
+        REQUIRE(write(mInput, text.data(), text.size()) == static_cast<ssize_t>(text.size()));
+    }
     /// Empty at the end.
     std::string readLine() {
         std::string line;
@@ -97,6 +107,7 @@ private:
 
     pid_t mProcess = -1;
     int mStatus = 0;
+    int mInput = -1;
     std::FILE* mOutput = nullptr;
 };
 
@@ -191,6 +202,27 @@ TEST_CASE_FIXTURE(LibraryTest, "a program whose standard streams are closed does
             CHECK(receiveText(*host.connection(), 1) == "");
         }
     }
+}
+
+TEST_CASE_FIXTURE(LibraryTest, "events are seen while the program waits for what is typed") {
+    ModuleHost host;
+    Texts arguments = argumentsFor(host, "debug");
+    arguments.insert(arguments.end(), {"--module", "world"});
+    Program program(arguments);
+    host.meetTool();
+    CHECK(program.readLine().starts_with(R"({"event":"connected",)"));
+    CHECK(program.readLine().starts_with(R"({"event":"attached",)"));
+    host.say(World::hold(1, "2"));
+    CHECK(program.readLine().starts_with(R"({"event":"hold",)"));
+    program.type("contin");
+    host.say(World::hold(2, "2"));
+    CHECK(program.readLine().starts_with(R"({"event":"hold",)"));
+    program.type("ue\nquit\n");
+    host.catchUp();
+    host.expect(Tarq::Tool::Continue());
+    host.catchUp();
+    CHECK(program.readLine().starts_with(R"({"event":"done",)"));
+    CHECK(program.wait() == 0);
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a connection is looked after while nothing is sent") {

@@ -22,7 +22,9 @@ public:
         constexpr const char* cKinds[] = {"unreachable", "lost", "protocol"};
         add(cKinds[failure.kind] + std::string(": ") + failure.text.c_str());
     }
-    void onUnanswered(uint32 replyID) override { add(std::string("unanswered: ") + nameOfMessage(replyID).c_str()); }
+    void onUnanswered(uint32 replyID, Ticket) override {
+        add(std::string("unanswered: ") + nameOfMessage(replyID).c_str());
+    }
     void onPause(uint32 milliseconds) override { add("pause " + std::to_string(milliseconds)); }
     void onBadMessage(const Tarq::Common::String& problem) override { add(std::string("bad: ") + problem.c_str()); }
     void onOtherMessage(uint32 id, uint64 numBytes) override {
@@ -301,6 +303,47 @@ TEST_CASE_FIXTURE(SessionTest, "a request that is never answered holds the other
     const std::size_t numBytes = cIdentityFrame.size() + 2028;
     CHECK(receiveText(*host.connection(), numBytes).size() == numBytes);
     CHECK(hasNothing(*host.connection()));
+}
+
+TEST_CASE_FIXTURE(SessionTest, "messages that nobody answers go on when the host has dealt with those before") {
+    startAccepted();
+    constexpr std::size_t cCount = 500;
+    for (std::size_t count = 0; count < cCount; ++count)
+        CHECK(session->send(Continue()) != cNoTicket);
+    const std::string signal = frameOf(bytesOf("07 01 00 00 1f"));
+    const std::string question = frameOf(bytesOf("07 01 00 00 0c 07 ff ff ff ff 07 ff ff ff ff"));
+    const std::string answer = frameOf(bytesOf("07 01 00 00 0d 07 ff ff ff ff 07 ff ff ff ff 05 01 0b 00 00 00 00 07 "
+                                               "00 00 00 00 07 00 00 00 00"));
+    std::size_t numSignals = 0;
+    std::string received;
+    while (numSignals < cCount) {
+        REQUIRE(session->step(1000));
+        char byte = 0;
+        while (host.connection()->tryReceive(&byte, 1, 0) == 1)
+            received += byte;
+        CHECK(received.size() <= 1024);
+        for (bool isWhole = true; isWhole;) {
+            isWhole = received.starts_with(signal);
+            numSignals += isWhole;
+            if (isWhole)
+                received.erase(0, signal.size());
+            if (received.starts_with(question)) {
+                received.erase(0, question.size());
+                host.send(answer);
+                isWhole = true;
+            }
+        }
+    }
+    CHECK(recorder.events == Texts{"connecting", "accepted"});
+}
+
+TEST_CASE_FIXTURE(SessionTest, "a host that always has something to tell hears something, too") {
+    startAccepted();
+    CHECK(session->send(Continue()) != cNoTicket);
+    host.send(frameOf(bytesOf("07 01 00 00 22")));
+    session->step(-1);
+    CHECK(recorder.events.back() == "module shutdown of 5");
+    CHECK_FALSE(hasNothing(*host.connection()));
 }
 
 TEST_CASE_FIXTURE(SessionTest, "a host that does not answer is given up") {

@@ -1,6 +1,8 @@
 #include "tool/cli/commandline.h"
 
 #include "tool/cli/commands.h"
+#include "tool/cli/debugcommands.h"
+#include "tool/cli/debugsession.h"
 #include "tool/cli/exitcode.h"
 #include "tool/client/hostname.h"
 #include "tool/platform/system.h"
@@ -28,14 +30,32 @@ constexpr const char* cFooter = R"(Examples:
   tarq-debug identify 4711                       does a host on this machine answer?
   tarq-debug connect 192.168.0.7:4711            stay connected, also while the host is started anew
   tarq-debug connect 4711 --once --json          events as JSON, one object a line, until the host goes
+  tarq-debug tree 4711 --module world            what the module "world", version 1, has registered
+  tarq-debug get 4711 agents/walker/ann.speed --module world:2
+  tarq-debug debug 4711 --module world -e 'break breakpoint agents/walker@step on' -e 'wait hold 10'
+  tarq-debug debug 4711 --module world           reads commands, one a line; "help" lists them
+
+A host lets go what it holds, and forgets breakpoints and conditions, when the tool leaves: what goes beyond one
+question is done in one "debug". A command that fails ends it, unless a person types. What is watched stays so, until
+"watch PATH off".
+
+PATH names an element: agents is a group, agents/walker a type in it, agents/walker/ann an instance of that,
+agents/walker/ann.speed a variable, agents/walker@step a breakpoint. A name with other characters than letters, digits,
+"_", "-" and "+" stands in double quotes. Where several have the name, the number follows: agents/walker/ann#3.
+
+VALUE is true, 12, -1.5e3, inf, "text", (1, 2, 3) for a vector, [1, 2, 3] for an array. In front of PATH and -inf, write
+-- so that it is not taken for an option.
 
 Results go to the standard output, messages to the standard error. The program ends with
-  0  when all went well, also when SIGINT, SIGTERM or SIGHUP ended "connect", with or without a connection
-  1  when the host has refused the tool
-  2  when the command line is wrong
+  0  when all went well, also when SIGINT, SIGTERM or SIGHUP ended "connect", with or without a connection, "events",
+     or a "debug" that waited for commands
+  1  when the host has refused the tool, or what it asked for
+  2  when the command line is wrong, or a command, path or value
   3  when nobody took the connection, and when a signal ended "identify" before the host has answered
-  4  when the connection was lost, the host did not answer on it, or what came made no sense
+  4  when the connection or the module was lost, the host did not answer on it or a signal came first, or what came
+     made no sense
   5  when memory is exhausted, or the output cannot be written
+  6  when what "wait" has waited for has not come in time
 A second signal ends it at once, whatever it is doing.)";
 
 /// What the command line says.
@@ -43,10 +63,15 @@ struct Arguments {
     std::string address;
     std::optional<std::string> computer; ///< without: the system's
     std::optional<std::string> user;     ///< likewise
-    double timeoutSeconds = 5;
+    std::optional<double> timeoutSeconds;
     uint32 protocolVersion = Identity::cProtocolVersion;
     bool isJson = false;
     bool isOnce = false;
+    std::string module;
+    bool isTakingOver = false;
+    std::string path;
+    std::string value;
+    Script script;
 };
 
 void addConnectionOptions(CLI::App& command, Arguments& arguments) {
@@ -56,7 +81,9 @@ void addConnectionOptions(CLI::App& command, Arguments& arguments) {
         ->type_name("NAME");
     command.add_option("--user", arguments.user, "The name to give for the user; by default the one logged in")
         ->type_name("NAME");
-    command.add_option("--timeout", arguments.timeoutSeconds, "How long to wait for the host to answer; by default 5")
+    command
+        .add_option("--timeout", arguments.timeoutSeconds,
+                    "How long to wait for the host to answer; by default 5, and 30 when it has let the tool in")
         ->type_name("SECONDS");
     command
         .add_option("--protocol-version", arguments.protocolVersion,
@@ -70,15 +97,83 @@ SessionOptions makeOptions(const Arguments& arguments) {
     if (const char* const problem = parseHost(arguments.address, options.address))
         throw CLI::ValidationError("ADDRESS", problem);
     // What is no number is in no range.
-    if (!(arguments.timeoutSeconds >= 0.001 && arguments.timeoutSeconds <= 3600))
+    const std::optional<double>& seconds = arguments.timeoutSeconds;
+    if (seconds && !(*seconds >= 0.001 && *seconds <= 3600))
         throw CLI::ValidationError("--timeout", "the time has to be from 0.001 to 3600 seconds");
     options.identity.computerName =
         arguments.computer ? String(std::string_view(*arguments.computer)) : System::getComputerName();
     options.identity.userName = arguments.user ? String(std::string_view(*arguments.user)) : System::getUserName();
     options.identity.protocolVersion = arguments.protocolVersion;
-    options.timeoutMilliseconds = static_cast<uint32>(arguments.timeoutSeconds * 1000);
+    if (seconds)
+        options.timeoutMilliseconds = options.answerMilliseconds = static_cast<uint32>(*seconds * 1000);
     options.reconnects = !arguments.isOnce;
     return options;
+}
+
+void addModuleOptions(CLI::App& command, Arguments& arguments) {
+    addConnectionOptions(command, arguments);
+    command.add_option("--module", arguments.module, "The module, by its name and version; by default version 1")
+        ->type_name("NAME[:VERSION]")
+        ->required();
+    command.add_flag("--takeover", arguments.isTakingOver, "Take the module from the tool that has it");
+}
+
+DebugOptions makeDebugOptions(const Arguments& arguments) {
+    DebugOptions options;
+    options.session = makeOptions(arguments);
+    options.isTakingOver = arguments.isTakingOver;
+    options.isJson = arguments.isJson;
+    if (!parseModule(arguments.module, options))
+        throw CLI::ValidationError("--module", "the module has to be NAME or NAME:VERSION");
+    return options;
+}
+
+/// Commands that ask one thing; what they are called in a session, too.
+void addQuestions(CLI::App& app, Arguments& arguments) {
+    const auto add = [&](const char* name, const char* help) {
+        CLI::App* const command = app.add_subcommand(name, help);
+        addModuleOptions(*command, arguments);
+        return command;
+    };
+    const auto addPath = [&](CLI::App* command, const char* help) {
+        return command->add_option("PATH", arguments.path, help)->option_text(" ");
+    };
+    addPath(add("tree", "Show what the module has"), "Only that group, type or instance");
+    addPath(add("get", "Show the value of a variable"), "The variable, or an instance, for all of its")->required();
+    CLI::App* const set = add("set", "Give a variable a value");
+    addPath(set, "The variable")->required();
+    set->add_option("VALUE", arguments.value, "The value")->required()->option_text(" ");
+    CLI::App* const watch = add("watch", "Keep a variable in the history of its instance, until it is off again");
+    addPath(watch, "The variable")->required();
+    watch->add_option("on|off", arguments.value, "Whether it is watched")->required()->option_text(" ");
+    addPath(add("history", "Show what an instance has passed"), "The instance")->required();
+}
+
+void addDebugCommands(CLI::App& app, Arguments& arguments) {
+    CLI::App* const events = app.add_subcommand("events", "Print the holds, registrations and removals of a module");
+    addModuleOptions(*events, arguments);
+    CLI::App* const debug = app.add_subcommand("debug", "Do commands, one after the other, in one stay with a module");
+    addModuleOptions(*debug, arguments);
+    debug->add_option("-e", arguments.script.lines, "A command; by default they come from the standard input")
+        ->type_name("COMMAND")
+        ->take_all()
+        ->expected(1)
+        ->allow_extra_args(false);
+    debug->add_flag("--echo", arguments.script.isShown, "Print each command in front of what comes of it");
+    debug->add_flag("--keep-going", arguments.script.keepsGoing, "Go on after a command that failed");
+}
+
+int runParsed(const std::string& command, const Arguments& arguments, const Face& face) {
+    if (command == "identify")
+        return identify(face, makeOptions(arguments), arguments.isJson);
+    if (command == "connect")
+        return stayConnected(face, makeOptions(arguments), arguments.isJson);
+    const DebugOptions options = makeDebugOptions(arguments);
+    if (command == "events")
+        return followEvents(face, options);
+    if (command == "debug")
+        return runSession(face, options, arguments.script);
+    return runOnce(face, options, command + ' ' + arguments.path + ' ' + arguments.value);
 }
 
 int parseAndRun(const std::vector<std::string>& words, const Face& face) {
@@ -93,11 +188,11 @@ int parseAndRun(const std::vector<std::string>& words, const Face& face) {
     addConnectionOptions(*identifyCommand, arguments);
     addConnectionOptions(*connectCommand, arguments);
     connectCommand->add_flag("--once,--no-reconnect", arguments.isOnce, "End when the host goes or is not there");
+    addQuestions(app, arguments);
+    addDebugCommands(app, arguments);
     try {
         app.parse(std::vector<std::string>(words.rbegin(), words.rend())); // it takes them from the end
-        const SessionOptions options = makeOptions(arguments);
-        return connectCommand->parsed() ? stayConnected(face, options, arguments.isJson)
-                                        : identify(face, options, arguments.isJson);
+        return runParsed(app.get_subcommands().front()->get_name(), arguments, face);
     } catch (const CLI::Success& help) {
         return app.exit(help, face.out, face.err);
     } catch (const CLI::ParseError& error) {

@@ -26,6 +26,7 @@ public:
         EventPrinter::onAccepted(reply);
     }
     void onBadMessage(const String&) override {}
+    void onUnanswered(uint32, Ticket) override {}
     void onOtherMessage(uint32, uint64) override {}
 
 private:

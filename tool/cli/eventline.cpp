@@ -78,13 +78,19 @@ void EventPrinter::onBadMessage(const String& problem) {
     print("badMessage", {{"text", toStd(problem)}}, mHost + ": bad message: " + toStd(problem));
 }
 
+void EventPrinter::onUnanswered(uint32 replyID, Ticket) {
+    const std::string name = toStd(nameOfMessage(replyID));
+    print("unanswered", {{"id", toStd(numberOfMessage(replyID))}, {"name", name}},
+          mHost + ": " + name + " has not come in time");
+}
+
 void EventPrinter::onOtherMessage(uint32 id, uint64 numBytes) {
     const std::string name = toStd(nameOfMessage(id));
     print("message", {{"id", toStd(numberOfMessage(id))}, {"name", name}, {"bytes", numBytes}},
           mHost + ": " + name + ", " + std::to_string(numBytes) + " bytes");
 }
 
-void EventPrinter::print(const char* event, const Json& details, const std::string& text) const {
+void EventPrinter::print(const char* event, const Json& details, const std::string& text) {
     if (!mIsJson) {
         if (!text.empty())
             mFace.print(printable(text));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tool/cli/face.h"
+#include "tool/client/modulelistener.h"
 #include "tool/client/session.h"
 
 #include <nlohmann/json.hpp>
@@ -24,7 +25,7 @@ inline std::string toStd(const Common::String& text) {
 
 /// Prints what happens in a session: for each event one line, for a person or as a JSON object. For a person, what ends
 /// the session is no event but the reason of the end, which `getReason` tells.
-class EventPrinter : public SessionListener {
+class EventPrinter : public ModuleListener {
 public:
     EventPrinter(const Face& face, const SessionOptions& options, bool isJson);
 
@@ -33,6 +34,7 @@ public:
     /// Attempts that fail for the same reason are one event, until there is a connection.
     void onFailure(const Failure& failure) override;
     void onBadMessage(const Common::String& problem) override;
+    void onUnanswered(Common::uint32 replyID, Ticket ticket) override;
     void onOtherMessage(Common::uint32 id, Common::uint64 numBytes) override;
 
     /// "127.0.0.1:4711"
@@ -42,10 +44,13 @@ public:
     /// The reason for that, for a person; empty when there is none.
     const std::string& getReason() const noexcept { return mReason; }
 
-private:
+protected:
+    const Face& getFace() const noexcept { return mFace; }
+    bool isJson() const noexcept { return mIsJson; }
     /// `text` is for a person; empty: nothing.
-    void print(const char* event, const Json& details, const std::string& text) const;
+    virtual void print(const char* event, const Json& details, const std::string& text);
 
+private:
     Face mFace;
     SessionOptions mOptions;
     std::string mHost;

@@ -10,6 +10,7 @@ enum ExitCode : int {
     EXIT_NO_CONNECTION = 3,
     EXIT_LOST = 4,     ///< or what came made no sense
     EXIT_INTERNAL = 5, ///< memory is exhausted, or the output cannot be written
+    EXIT_NOT_COME = 6, ///< what was waited for
 };
 
 } // namespace Tarq::Tool

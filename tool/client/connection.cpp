@@ -28,7 +28,7 @@ Connection::Connection(const HostAddress& address, const ConnectionLimits& limit
         end(makeSocketFailure(FAILURE_UNREACHABLE, Socket::getLastError()));
 }
 
-void Connection::process(int32 timeoutMicroseconds) {
+void Connection::process(int32 timeoutMicroseconds, Socket::Wake& wake) {
     // What has come is not overwritten: whoever got the last message may have thrown.
     if (mState == ENDED || !mUnread.empty())
         return;
@@ -40,18 +40,21 @@ void Connection::process(int32 timeoutMicroseconds) {
         readable.push_back(&mSocket);
     if (wantsToWrite)
         writable.push_back(&mSocket);
-    const Socket::SelectError result = Socket::select(readable, writable, failed, timeoutMicroseconds);
+    const Socket::SelectError result = Socket::select(readable, writable, failed, timeoutMicroseconds, wake);
     if (result == Socket::SELECT_ERROR)
         end(makeSocketFailure(mState == OPEN ? FAILURE_LOST : FAILURE_UNREACHABLE, Socket::getLastError()));
     if (result != Socket::SELECT_OK)
         return;
-    if (mState == CONNECTING)
+    if (mState == CONNECTING) {
         tryConnect();
-    else if (!readable.empty())
-        // What has come tells more than that nothing can be sent any more.
+        return;
+    }
+    if (!readable.empty())
         receive();
-    else
-        send();
+    // A host that always has something to tell is to hear something, too. But what has come, and may go on, tells more
+    // than that nothing can be sent any more.
+    if (!writable.empty() && mState == OPEN)
+        send(readable.empty());
 }
 
 void Connection::tryConnect() {
@@ -89,14 +92,14 @@ void Connection::receive() {
     }
 }
 
-void Connection::send() {
+void Connection::send(bool endsOnFailure) {
     const std::span<const uint8> bytes = mOutbox.getNext();
     const int count = mSocket.trySend(bytes.data(), static_cast<unsigned int>(bytes.size()), 0);
     if (count == TCPSocket::NOT_YET)
         return;
     if (count >= 0)
         mOutbox.take(static_cast<uint32>(count), getMicroseconds());
-    else
+    else if (endsOnFailure)
         end(makeSocketFailure(FAILURE_LOST, Socket::getLastError()));
 }
 

@@ -37,7 +37,8 @@ public:
 
     /// Waits until there is something to do, at most `timeoutMicroseconds` (negative: without limit), and does it: ends
     /// the attempt to connect, receives, or sends. Does nothing while `nextMessage` has not returned null.
-    void process(Common::int32 timeoutMicroseconds);
+    /// The wait ends with the handle, too.
+    void process(Common::int32 timeoutMicroseconds, Common::Network::Sockets::Socket::Wake& wake);
     /// The next message that has come whole, valid until the next call; null when there is none.
     Common::Memory::MemoryStream* nextMessage();
 
@@ -47,7 +48,7 @@ private:
     void tryConnect();
     bool isConnectedToItself() const;
     void receive();
-    void send();
+    void send(bool endsOnFailure);
     void end(Failure failure);
 
     Common::Network::Sockets::HostAddress mAddress;

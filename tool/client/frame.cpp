@@ -22,14 +22,24 @@ FrameBuilder::FrameBuilder() : mStream("frame", cBlockSize), mBuilder(&mStream, 
 }
 
 Frame FrameBuilder::finish() {
+    Frame frame = take(0);
+    if (!frame.empty())
+        Platform::storeBigEndian(frame.data(), frame.size() - cLengthSize);
+    return frame;
+}
+
+Frame FrameBuilder::finishBare() {
+    return take(cLengthSize);
+}
+
+Frame FrameBuilder::take(uint32 from) {
     Frame frame(mStream.getAllocator());
     const uint64 numBytes = mStream.getLength();
     if (!TARQ_ASSERT(numBytes < 0xFFFFFFFF, "A message is too long: ", numBytes))
         return frame;
-    mStream.seek(0, IO::Stream::SORIGIN_BEGIN);
-    frame.resizeForOverwrite(static_cast<uint32>(numBytes));
-    mStream.read(frame.data(), numBytes);
-    Platform::storeBigEndian(frame.data(), static_cast<uint32>(numBytes) - cLengthSize);
+    mStream.seek(from, IO::Stream::SORIGIN_BEGIN);
+    frame.resizeForOverwrite(static_cast<uint32>(numBytes) - from);
+    mStream.read(frame.data(), frame.size());
     return frame;
 }
 

@@ -22,8 +22,12 @@ public:
     Common::Network::Message::MessageBuilder& getBuilder() noexcept { return mBuilder; }
     /// Asserts that the message is shorter than 4 GiB - 1; the frame is empty otherwise.
     Frame finish();
+    /// The same without the length.
+    Frame finishBare();
 
 private:
+    Frame take(Common::uint32 from);
+
     Common::Memory::MemoryStream mStream;
     Common::Network::Message::MessageBuilder mBuilder;
 };

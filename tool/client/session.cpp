@@ -13,9 +13,9 @@ using Network::Sockets::Socket;
 
 namespace {
 
-void sleepFor(int32 microseconds) {
+void sleepFor(int32 microseconds, Session::Wake& wake) {
     Socket::SocketList none(Library::getTempAlloc());
-    Socket::select(none, none, none, microseconds);
+    Socket::select(none, none, none, microseconds, wake);
 }
 
 } // namespace
@@ -42,21 +42,27 @@ void Session::stop() noexcept {
 }
 
 bool Session::step(int32 timeoutMicroseconds) {
+    Wake none;
+    return step(timeoutMicroseconds, none);
+}
+
+bool Session::step(int32 timeoutMicroseconds, Wake& wake) {
     if (!isActive())
         return false;
     const int32 timeout = shortenTimeout(timeoutMicroseconds);
     if (mState == SESSION_WAITING) {
-        sleepFor(timeout);
+        sleepFor(timeout, wake);
         if (isOverdue())
             connect();
     } else {
-        mConnection->process(timeout);
+        mConnection->process(timeout, wake);
         followConnection();
     }
     return isActive();
 }
 
 void Session::connect() {
+    mSigns.clear();
     mConnection = std::make_unique<Connection>(mOptions.address, mOptions.limits);
     enter(SESSION_CONNECTING, mOptions.timeoutMilliseconds);
     mListener.onConnecting();
@@ -69,7 +75,8 @@ void Session::followConnection() {
         post(mOptions.identity);
     }
     deliverMessages();
-    if (!mConnection)
+    // What has come is dealt with before the end.
+    if (!mConnection || mYields)
         return;
     if (mConnection->hasEnded())
         failAt(Failure(mConnection->getFailure())); // a copy, as the connection goes
@@ -88,12 +95,25 @@ void Session::giveUpRequests() {
         Outbox& outbox = mConnection->getOutbox();
         if (!outbox.isWaiting() || getMicroseconds() < outbox.getOldestTime() + patience)
             return;
-        mListener.onUnanswered(outbox.giveUpOldest());
+        const Outbox::GivenUp givenUp = outbox.giveUpOldest();
+        if (std::erase(mSigns, givenUp.ticket) == 0)
+            mListener.onUnanswered(givenUp.reply, givenUp.ticket);
     }
 }
 
+/// Silent messages go on only when there is an answer now and then. When nobody asks for anything else, it is for the
+/// history of what no module has.
+void Session::askForSign() {
+    GetHistory nothing;
+    nothing.moduleID = cNoID;
+    nothing.instanceID = cNoID;
+    mSigns.push_back(
+        mConnection->getOutbox().addRequest(encode(nothing), GetHistoryReply::cID, encodeIdentification(nothing)));
+}
+
 void Session::deliverMessages() {
-    while (mConnection) {
+    mYields = false;
+    while (mConnection && !mYields) {
         Memory::MemoryStream* const message = mConnection->nextMessage();
         if (!message)
             return;
@@ -112,14 +132,18 @@ void Session::deliver(Memory::MemoryStream& message) {
         mListener.onBadMessage(reader.getProblem());
         return;
     }
-    mConnection->getOutbox().answer(id);
+    const Ticket ticket = mConnection->getOutbox().answer(id, message);
+    if (std::erase(mSigns, ticket) != 0)
+        return;
     for (const Reading& reading : cReadings) {
         if (static_cast<uint32>(reading.id) == id) {
             (this->*reading.read)(reader);
             return;
         }
     }
-    mListener.onOtherMessage(id, message.getLength());
+    const uint64 numBytes = message.getLength();
+    if (!mListener.onMessage(id, ticket, reader))
+        mListener.onOtherMessage(id, numBytes);
 }
 
 template <class Message>

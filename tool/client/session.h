@@ -6,6 +6,8 @@
 #include "tool/client/sessionlistener.h"
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace Tarq::Tool {
 
@@ -46,6 +48,8 @@ enum SessionState : Common::uint8 {
 /// Throws `OutOfMemoryException`.
 class Session {
 public:
+    using Wake = Common::Network::Sockets::Socket::Wake;
+
     /// The listener outlives the session.
     Session(const SessionOptions& options, SessionListener& listener);
 
@@ -59,27 +63,33 @@ public:
     /// Waits until something happens, at most `timeoutMicroseconds` (negative: without limit), and deals with it.
     /// Returns whether more can come: false when the session has ended or was stopped.
     bool step(Common::int32 timeoutMicroseconds);
+    /// The same, but the wait ends with the handle, too.
+    bool step(Common::int32 timeoutMicroseconds, Wake& wake);
+    /// Lets the `step` that calls the listener end behind this message, though more may have come.
+    void yield() noexcept { mYields = true; }
 
-    /// Sends the message as soon as the host is ready for it. Returns false, and sends nothing, while the session is
-    /// not connected.
+    /// Sends the message as soon as the host is ready for it, and returns its ticket. Returns none, and sends nothing,
+    /// while the session is not connected.
     template <class Message>
-    bool send(const Message& message) {
-        if (mState != SESSION_CONNECTED)
-            return false;
-        post(message);
-        return true;
+    Ticket send(const Message& message) {
+        return mState == SESSION_CONNECTED ? post(message) : cNoTicket;
     }
 
 private:
     struct Reading;
 
     template <class Message>
-    void post(const Message& message) {
+    Ticket post(const Message& message) {
+        Frame frame = encode(message);
+        if (mConnection->getOutbox().needsRequest(frame.size()))
+            askForSign();
+        Outbox& outbox = mConnection->getOutbox();
         if constexpr (hasReply(Message::cID))
-            mConnection->getOutbox().addRequest(encode(message), replyTo(Message::cID));
+            return outbox.addRequest(std::move(frame), Message::Reply::cID, encodeIdentification(message));
         else
-            mConnection->getOutbox().addSilent(encode(message));
+            return outbox.addSilent(std::move(frame));
     }
+    void askForSign();
     bool isActive() const noexcept { return mState != SESSION_DISCONNECTED && mState != SESSION_REFUSED; }
     void connect();
     void followConnection();
@@ -100,6 +110,8 @@ private:
     SessionListener& mListener;
     SessionState mState = SESSION_DISCONNECTED;
     std::unique_ptr<Connection> mConnection;
+    bool mYields = false;
+    std::vector<Ticket> mSigns; ///< of requests whose answers mean nothing but that the host is past them
     RetryPause mPause;
     Common::uint64 mAccepted = 0; ///< when, on the performance count in microseconds
     Common::uint64 mDeadline = 0; ///< of the state, in microseconds of the performance count; 0: none

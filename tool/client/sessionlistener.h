@@ -1,7 +1,9 @@
 #pragma once
 
 #include "tool/client/failure.h"
+#include "tool/client/fieldreader.h"
 #include "tool/client/messages.h"
+#include "tool/client/outbox.h"
 
 namespace Tarq::Tool {
 
@@ -29,7 +31,10 @@ public:
     /// A message that is known, and is not as it should be. It is left out.
     virtual void onBadMessage(const Common::String& /*problem*/) {}
     /// A request was not answered in time by the message of that type. It may still come.
-    virtual void onUnanswered(Common::uint32 /*replyID*/) {}
+    virtual void onUnanswered(Common::uint32 /*replyID*/, Ticket) {}
+    /// A message, whose reader stands behind the type. When it answers a request, this one's ticket is given. Returns
+    /// whether somebody reads messages of that type.
+    virtual bool onMessage(Common::uint32 /*id*/, Ticket, FieldReader&) { return false; }
     /// A message that nobody reads.
     virtual void onOtherMessage(Common::uint32 /*id*/, Common::uint64 /*numBytes*/) {}
 };

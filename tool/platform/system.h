@@ -1,6 +1,7 @@
 #pragma once
 
 #include "common/network/sockets/hostaddress.h"
+#include "common/platform/socket.h"
 #include "common/platform/socketerror.h"
 #include "common/string.h"
 
@@ -15,6 +16,14 @@ bool fillStandardStreams() noexcept;
 /// ignored. The program may be unable to look, as long as nobody takes its output: so the second time ends it at once.
 void catchStopSignals() noexcept;
 bool isStopWanted() noexcept;
+
+/// Where a program reads from, waited for together with a socket: the `Wake` of a `Socket::select`.
+using InputHandle = Common::Platform::SocketHandle;
+InputHandle getStandardInput() noexcept;
+/// Whether a person types there.
+bool isTerminal(InputHandle input) noexcept;
+/// Waits for bytes, and takes at most so many. Returns how many; 0 at the end, and when nothing can be read.
+Common::uint32 readInput(InputHandle input, char* bytes, Common::uint32 count) noexcept;
 
 /// What this machine calls itself; empty when it cannot be told.
 Common::String getComputerName();

@@ -77,6 +77,22 @@ bool isStopWanted() noexcept {
     return isSignalled != 0;
 }
 
+InputHandle getStandardInput() noexcept {
+    return STDIN_FILENO;
+}
+
+bool isTerminal(InputHandle input) noexcept {
+    return isatty(static_cast<int>(input)) == 1;
+}
+
+Common::uint32 readInput(InputHandle input, char* bytes, Common::uint32 count) noexcept {
+    ssize_t taken = -1;
+    do {
+        taken = read(static_cast<int>(input), bytes, count);
+    } while (taken < 0 && errno == EINTR);
+    return taken > 0 ? static_cast<Common::uint32>(taken) : 0;
+}
+
 String getComputerName() {
     char name[256] = "";
     // What is too long is cut off, not always with an end.

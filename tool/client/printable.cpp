@@ -1,4 +1,4 @@
-#include "tool/cli/printable.h"
+#include "tool/client/printable.h"
 
 #include <bit>
 
@@ -40,23 +40,31 @@ std::size_t shownLength(std::string_view text) noexcept {
     return isCharacter(code, length) && !isHidden(code) ? length : 0;
 }
 
-} // namespace
-
-std::string printable(std::string_view text) {
+std::string escape(std::string_view text, std::string_view backslash) {
     constexpr char cDigits[] = "0123456789ABCDEF";
-    std::string shown;
+    std::string result;
     while (!text.empty()) {
         const std::size_t length = shownLength(text);
         const auto byte = static_cast<unsigned char>(text.front());
         if (length == 0)
-            shown.append("\\x").append(1, cDigits[byte >> 4]).append(1, cDigits[byte & 15]);
+            result.append("\\x").append(1, cDigits[byte >> 4]).append(1, cDigits[byte & 15]);
         else if (byte == '\\')
-            shown += "\\\\";
+            result += backslash;
         else
-            shown += text.substr(0, length);
+            result += text.substr(0, length);
         text.remove_prefix(length == 0 ? 1 : length);
     }
-    return shown;
+    return result;
+}
+
+} // namespace
+
+std::string printable(std::string_view text) {
+    return escape(text, "\\\\");
+}
+
+std::string shown(std::string_view text) {
+    return escape(text, "\\");
 }
 
 } // namespace Tarq::Tool

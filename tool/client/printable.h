@@ -9,4 +9,7 @@ namespace Tarq::Tool {
 /// are written as hexadecimal numbers, and backslashes twice.
 std::string printable(std::string_view text);
 
+/// The same, but backslashes are left alone: for what was made of parts that have been made so.
+std::string shown(std::string_view text);
+
 } // namespace Tarq::Tool

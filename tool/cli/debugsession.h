@@ -1,0 +1,25 @@
+#pragma once
+
+#include "tool/cli/debugger.h"
+
+#include <string>
+#include <vector>
+
+namespace Tarq::Tool {
+
+/// Does one command and leaves. Returns the exit code, like the others.
+int runOnce(const Face& face, DebugOptions options, const std::string& line);
+
+/// Prints the events of a module until it is told to stop, or the module is lost, or the connection ends.
+int followEvents(const Face& face, const DebugOptions& options);
+
+struct Script {
+    std::vector<std::string> lines; ///< none: they come from the face's input
+    bool keepsGoing = false;        ///< also after a command that failed
+    bool isShown = false;           ///< each command, behind the prompt, in front of what it prints
+};
+
+/// Does the commands in one stay with a module. A failure ends it, unless a person types.
+int runSession(const Face& face, const DebugOptions& options, const Script& script);
+
+} // namespace Tarq::Tool
