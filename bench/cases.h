@@ -16,6 +16,7 @@ std::vector<Case> archiveCases();
 std::vector<Case> serializeCases();
 std::vector<Case> messageCases();
 std::vector<Case> networkCases();
+std::vector<Case> debuggerCases();
 std::vector<Case> xmlCases();
 std::vector<Case> textCases();
 std::vector<Case> functionCases();

@@ -6,6 +6,6 @@ int main(int argc, char** argv) {
     reserveThreadStorage(argv);
     return run(argc, argv,
                {allocatorCases, stringCases, containerCases, sharedPtrCases, lockCases, md5Cases, bufferedStreamCases,
-                memoryStreamCases, archiveCases, serializeCases, messageCases, networkCases, xmlCases, textCases,
-                functionCases, formulaCases, logCases, exceptionCases});
+                memoryStreamCases, archiveCases, serializeCases, messageCases, networkCases, debuggerCases, xmlCases,
+                textCases, functionCases, formulaCases, logCases, exceptionCases});
 }

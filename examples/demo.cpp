@@ -8,7 +8,7 @@
 // What the server has to say goes to standard error. Ends after so many steps, or when it is interrupted: with 0, with
 // 1 when the server could not be started or memory was left, with 2 when it does not understand its arguments.
 
-#include "demo/agentworld.h"
+#include "demo/debuggedworld.h"
 #include "support/consolelistener.h"
 #include "support/countingmemory.h"
 #include "support/interrupt.h"
@@ -20,6 +20,7 @@
 #include "common/network/sockets/hostaddress.h"
 
 #include <algorithm>
+#include <atomic>
 #include <charconv>
 #include <chrono>
 #include <cinttypes>
@@ -84,19 +85,37 @@ public:
     }
 };
 
-void runWorld(const Options& options) {
+/// Moves the world until it is to end. A debugger may hold the thread that does this.
+uint32 moveWorld(const Options& options, AgentWorld& world, DebuggedWorld& debugged,
+                 const std::atomic<bool>& isEnding) {
     using Clock = std::chrono::steady_clock;
-    AgentWorld world(options.agents, options.seed);
-    Server& server = *Server::getInstance();
     Clock::time_point next = Clock::now();
     uint32 steps = 0;
-    while (interrupt::isWanted == 0 && (options.steps == 0 || steps < options.steps)) {
-        world.step(cStepMilliseconds / 1000.0f);
-        server.setGameTime({++steps * cStepMilliseconds});
+    while (!isEnding && (options.steps == 0 || steps < options.steps)) {
+        Server::getInstance()->setGameTime({++steps * cStepMilliseconds});
+        world.step(cStepMilliseconds / 1000.0f, debugged);
         // What a debugger has held up is not made up for.
         next = std::max(next + std::chrono::milliseconds(cStepMilliseconds), Clock::now());
         std::this_thread::sleep_until(next);
     }
+    return steps;
+}
+
+/// Moves the world on a thread of its own, until that has made its steps or the program is interrupted. Then ends in
+/// this order: nobody is held any more, the thread ends that comes by breakpoints, and then what it has come by.
+void runWorld(const Options& options, AgentWorld& world, DebuggedWorld& debugged) {
+    std::atomic<bool> isEnding{false};
+    std::atomic<bool> hasEnded{false};
+    uint32 steps = 0;
+    std::thread mover([&] {
+        steps = moveWorld(options, world, debugged, isEnding);
+        hasEnded = true;
+    });
+    while (interrupt::isWanted == 0 && !hasEnded)
+        std::this_thread::sleep_for(std::chrono::milliseconds(cStepMilliseconds));
+    isEnding = true;
+    Server::getInstance()->stopHolding();
+    mover.join();
     uint32 visits = 0;
     for (const AgentWorld::Agent& agent : world.getAgents())
         visits += agent.visits;
@@ -106,13 +125,17 @@ void runWorld(const Options& options) {
 
 bool runHost(const Options& options) {
     Server::createInstance(Library::getDebugAlloc(), cDebuggerWait);
-    const HostAddress address(IPV4::LOOPBACK, static_cast<unsigned short>(options.port));
-    const bool isRunning = Server::runAsync(address);
-    if (isRunning) {
-        const HostAddress listening = Server::getInstance()->getListeningAddress();
-        std::printf("debugger at %s:%u\n", listening.toString().c_str(), unsigned{listening.getPort()});
-        std::fflush(stdout);
-        runWorld(options);
+    bool isRunning = false;
+    {
+        AgentWorld world(options.agents, options.seed);
+        DebuggedWorld debugged(*Server::getInstance(), world);
+        isRunning = Server::runAsync(HostAddress(IPV4::LOOPBACK, static_cast<unsigned short>(options.port)));
+        if (isRunning) {
+            const HostAddress listening = Server::getInstance()->getListeningAddress();
+            std::printf("debugger at %s:%u\n", listening.toString().c_str(), unsigned{listening.getPort()});
+            std::fflush(stdout);
+            runWorld(options, world, debugged);
+        }
     }
     Server::destroyInstance();
     return isRunning;

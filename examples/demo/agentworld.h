@@ -26,6 +26,18 @@ public:
     };
     using Agents = Tarq::Common::Container::Vector<Agent>;
 
+    /// Hears of what agents do.
+    class Observer {
+    public:
+        /// The agent has made a step, or has rested.
+        virtual void onStepped(Tarq::Common::uint32 agent) = 0;
+        /// It has reached the place where it was going, and has chosen the next.
+        virtual void onArrived(Tarq::Common::uint32 agent) = 0;
+
+    protected:
+        ~Observer() = default;
+    };
+
     /// The edge of the field, in metres.
     static constexpr float cEdge = 100;
 
@@ -44,12 +56,17 @@ public:
         }
     }
 
-    void step(float seconds) {
-        for (Agent& agent : mAgents)
-            step(agent, seconds);
+    void step(float seconds, Observer& observer) {
+        for (Tarq::Common::uint32 number = 0; number < mAgents.size(); ++number) {
+            if (step(mAgents[number], seconds))
+                observer.onArrived(number);
+            observer.onStepped(number);
+        }
     }
 
     const Agents& getAgents() const { return mAgents; }
+    /// They stay where they are as long as the world is there.
+    Agents& getAgents() { return mAgents; }
 
 private:
     static Tarq::Common::String nameOf(Tarq::Common::uint32 number) {
@@ -64,24 +81,26 @@ private:
         return {x, Rand::getRandFloat(0, cEdge)};
     }
 
-    static void step(Agent& agent, float seconds) {
+    /// Returns whether the agent has arrived.
+    static bool step(Agent& agent, float seconds) {
         agent.energy += seconds * (agent.isResting ? 0.2f : -0.01f * agent.speed);
         if (agent.energy <= 0)
             agent.isResting = true;
         else if (agent.energy >= 1)
             agent.isResting = false;
         if (agent.isResting)
-            return;
+            return false;
         const Position way = agent.target - agent.position;
         const float length = std::sqrt(Tarq::Common::Math::dot(way, way));
         const float stride = agent.speed * seconds;
         if (length > stride) {
             agent.position += way * (stride / length);
-            return;
+            return false;
         }
         agent.position = agent.target;
         agent.target = somewhere();
         ++agent.visits;
+        return true;
     }
 
     Agents mAgents;
