@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 
 using namespace Tarq::Common;
 using namespace Tarq::Test;
@@ -209,7 +210,9 @@ TEST_CASE_FIXTURE(SteppingTest, "who is let go on is not let go on again, whatev
         CAPTURE(row.name);
         REQUIRE(Server::exitAsync());
         REQUIRE(run());
-        mWorld = SteppedWorld("world");
+        // The server has deleted the module of the one before.
+        std::destroy_at(&mWorld);
+        std::construct_at(&mWorld, "world");
         mTool = connectTool();
         REQUIRE(server().registerMessageHandler(new (allocator()) CallingHandler([&] {
             REQUIRE(server().getClientInfo(client, mTool));

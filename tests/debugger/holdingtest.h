@@ -123,6 +123,9 @@ struct SteppedWorld {
         ann = make("ann", count);
         ben = make("ben", otherCount);
     }
+    /// The module knows where the values are.
+    SteppedWorld(const SteppedWorld&) = delete;
+    SteppedWorld& operator=(const SteppedWorld&) = delete;
 
     ObjectInstance* make(const char* instance, uint32& place) {
         ObjectInstance* const made = type->createObjectInstance(instance);
