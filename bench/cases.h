@@ -9,6 +9,7 @@ std::vector<Case> stringCases();
 std::vector<Case> containerCases();
 std::vector<Case> sharedPtrCases();
 std::vector<Case> lockCases();
+std::vector<Case> threadPoolCases();
 std::vector<Case> md5Cases();
 std::vector<Case> bufferedStreamCases();
 std::vector<Case> memoryStreamCases();

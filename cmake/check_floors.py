@@ -18,7 +18,7 @@ FLOORS = [
     [r"common/platform/|common/(types|export)\.h"],
     [
         rf"(?!{STREAMS})common/([^/]+$|(utility|memory|container|callback|debug|exceptions|math)/)"
-        r"|common/threading/(?!thread)"
+        r"|common/threading/(?!thread|task|internal/)"
     ],
     [STREAMS, r"common/threading/"],
     [r"common/io/", r"common/serialize/", r"common/crypto/", r"common/parser/[^/]+$"],
