@@ -11,6 +11,9 @@
 #include "common/library.h"
 #include "common/memory/memorystream.h"
 #include "common/network/message/messagebuilder.h"
+#include "common/reflection/datatype/datatypes.h"
+#include "common/reflection/function/functionbinding.h"
+#include "common/reflection/reflectioninterface.h"
 #include "common/threading/fairmutex.h"
 #include "common/threading/spinlock.h"
 
@@ -98,6 +101,7 @@ public:
     DebuggedHost() {
         using namespace Network::Message;
         Server::createInstance(Library::getTempAlloc(), {20});
+        Reflection::Datatype::registerDebuggerDatatypes(Reflection::ReflectionInterface::getDatatypeManager());
         mModule = server().createModule("world", 1, cHistoryLength);
         mModule->registerBreakpointType("step");
         mType = mModule->createObjectGroup("agents")->createObjectType("walker");
@@ -252,6 +256,74 @@ void holdAndContinue(benchmark::State& state) {
     countOperationsOfBothThreads(state, static_cast<uint64>(state.iterations()));
 }
 
+int32 add(int32 left, int32 right) {
+    return left + right;
+}
+
+/// From the tool to the host's function, and back with what it returns.
+void callFunction(benchmark::State& state) {
+    DebuggedHost host;
+    DebuggedHost::server().getFunctionRegistrar()->registerFunction("add", &add);
+    const BlockingClient tool = [] {
+        const PinnedThread there(1); // the server's threads, too
+        return DebuggedHost::connect();
+    }();
+    const PinnedThread here(0);
+    const std::string call = packetOf(0x01000024, [](MessageBuilder& builder) {
+        builder.write("add");
+        builder.write(int32{40});
+        builder.write(int32{2});
+    });
+    std::string reply = packetOf(0x01000025, [](MessageBuilder& builder) {
+        builder.write("add");
+        builder.write(int32{42});
+    });
+    const std::string expected = std::exchange(reply, std::string(reply.size(), '?'));
+    for (auto _ : state) {
+        tool.send(call);
+        tool.receive(reply);
+    }
+    check(reply == expected, "the answer is wrong");
+    countOperationsOfBothThreads(state, static_cast<uint64>(state.iterations()));
+}
+
+/// Times are of one piece of the tool's file.
+void readNetworkStream(benchmark::State& state) {
+    constexpr uint32 cPieces = 64;
+    const PinnedThread here(0);
+    DebuggedHost host;
+    const BlockingClient tool = DebuggedHost::connect();
+    tool.send(packetOf(0x01000026, [](MessageBuilder& builder) {
+        builder.write("file");
+        builder.write(uint32{7});
+        builder.write(uint32{cPieces * Debugger::NetworkStream::cPieceSize});
+    }));
+    MessageReceiver receiver(tool);
+    check(receiver.receive() == 0x01000027, "the stream is refused");
+    SecondThread::get().start([&tool, &receiver] {
+        const PinnedThread there(1);
+        const std::string piece = packetOf(0x01000029, [](MessageBuilder& builder) {
+            builder.write(uint32{7});
+            builder.write(Container::Vector<uint8>(Memory::AllocatorPtr(), Debugger::NetworkStream::cPieceSize, 'x'));
+        });
+        // Whatever is no request is the end.
+        while (receiver.receive() == 0x01000028)
+            tool.send(piece);
+    });
+    Debugger::NetworkStream* stream = nullptr;
+    check(DebuggedHost::server().getNetworkStream(stream, 7), "there is no stream");
+    std::string content(static_cast<std::size_t>(stream->getLength()), '?');
+    for (auto _ : state) {
+        stream->seek(0, IO::Stream::SORIGIN_BEGIN);
+        check(stream->read(content.data(), content.size()) == content.size(), "the stream ends early");
+    }
+    check(content == std::string(content.size(), 'x'), "the file is wrong");
+    DebuggedHost::server().releaseNetworkStream(stream);
+    tool.send(packetOf(0x0100002A, [](MessageBuilder& builder) { builder.write(uint32{7}); }));
+    SecondThread::get().wait();
+    countOperationsOfBothThreads(state, static_cast<uint64>(state.iterations()) * cPieces);
+}
+
 /// A client and a server that wait for each other, each in one call of the system.
 void echoBlocking(benchmark::State& state) {
     const PinnedThread here(0);
@@ -335,6 +407,8 @@ std::vector<Case> debuggerCases() {
          {{"its locks and copies alone", 3, copyBetweenLocks}, {"std::mutex, plain copies", 0, copyPlainly}}},
         {"debugger/condition-of-three-terms", testCondition, {{"none", 0, passBreakpoint}}},
         {"debugger/hold-and-continue", holdAndContinue, {{"blocking echo", 2.2, echoBlocking}}},
+        {"debugger/call", callFunction, {{"blocking echo", 2.2, echoBlocking}}},
+        {"debugger/network-stream-piece", readNetworkStream, {{"blocking echo", 1.15, echoBlocking}}},
         {"debugger/connect-10000-instances", connectModule, {{"libuv, in bulk", 0, receiveBulk}}},
     };
 }

@@ -125,19 +125,16 @@ void runWorld(const Options& options, AgentWorld& world, DebuggedWorld& debugged
 
 bool runHost(const Options& options) {
     Server::createInstance(Library::getDebugAlloc(), cDebuggerWait);
-    bool isRunning = false;
-    {
-        AgentWorld world(options.agents, options.seed);
-        DebuggedWorld debugged(*Server::getInstance(), world);
-        isRunning = Server::runAsync(HostAddress(IPV4::LOOPBACK, static_cast<unsigned short>(options.port)));
-        if (isRunning) {
-            const HostAddress listening = Server::getInstance()->getListeningAddress();
-            std::printf("debugger at %s:%u\n", listening.toString().c_str(), unsigned{listening.getPort()});
-            std::fflush(stdout);
-            runWorld(options, world, debugged);
-        }
+    AgentWorld world(options.agents, options.seed);
+    DebuggedWorld debugged(*Server::getInstance(), world);
+    const bool isRunning = Server::runAsync(HostAddress(IPV4::LOOPBACK, static_cast<unsigned short>(options.port)));
+    if (isRunning) {
+        const HostAddress listening = Server::getInstance()->getListeningAddress();
+        std::printf("debugger at %s:%u\n", listening.toString().c_str(), unsigned{listening.getPort()});
+        std::fflush(stdout);
+        runWorld(options, world, debugged);
     }
-    Server::destroyInstance();
+    Server::destroyInstance(); // waits for what a tool may be calling
     return isRunning;
 }
 

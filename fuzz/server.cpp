@@ -1,4 +1,5 @@
 #include "common/debugger/server.h"
+#include "common/reflection/function/functionbinding.h"
 #include "fuzz/debugger/memorylayer.h"
 #include "fuzz/debugger/script.h"
 #include "fuzz/library.h"
@@ -20,7 +21,9 @@
 //     5   the same, and no answer to it can be sent
 //     6   the host passes a breakpoint: a byte chooses it and the instance, whether it is to stop there, and whether
 //         tools can be told; the input goes on when the host's thread has come back, or is held
-//     7   the host does something else: a byte chooses what, and with which instance
+//     7   the host does something else: a byte chooses what, and with which instance, or which stream it reads
+//
+// Tools may call functions by the names that there are for fields; the input goes on when a call is over.
 //
 // A message that is cut off is as long as what is left. In the end all clients go, and the server knows none of them;
 // the thread is back, and the modules are gone. What the server takes stands on the global heap, where the sanitizers
@@ -59,6 +62,21 @@ void runScript(MemoryLayer& layer, const unsigned char* data, std::size_t size) 
     DebuggerScript(layer, *gHost, isLetGo, data, size).run();
 }
 
+uint32 next(uint32 number) {
+    return number + 1;
+}
+String chosen(bool isFirst, const String& text) {
+    return isFirst ? text : String();
+}
+void doNothing() {}
+
+void registerFunctions(Reflection::Function::FunctionRegistrar& functions) {
+    functions.registerFunction("world", &next);
+    functions.registerFunction("desk", &chosen);
+    functions.registerFunction("ada", &doNothing);
+    functions.registerFunction(MemoryLayer::cLastCall, &doNothing);
+}
+
 class LayerFactory final : public Debugger::ConnectionLayerFactory {
 public:
     Debugger::ConnectionLayer* createConnectionLayer(const Memory::AllocatorPtr& allocator, Server* server,
@@ -74,6 +92,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     Interface::setAssertCallback(Callback::AssertCallbackPtr(new ListeningCallback));
     gHost = new HostThread;
     Server::createInstance(cHeap, {100});
+    registerFunctions(*Server::getInstance()->getFunctionRegistrar());
     std::atexit([] {
         require(Server::destroyInstance());
         delete gHost;

@@ -28,6 +28,11 @@ enum class MessageID : uint32 {
     CONTINUE = 0x0100001F,
     SET_WATCHES = 0x01000020,
     MODULE_SHUTDOWN = 0x01000022,
+    CALL = 0x01000024, ///< of a function of the host
+    REGISTER_NETWORK_STREAM = 0x01000026,
+    NETWORK_STREAM_REQUEST = 0x01000028, ///< the server wants a piece of a stream
+    NETWORK_STREAM_DATA = 0x01000029,
+    DEREGISTER_NETWORK_STREAM = 0x0100002A,
 };
 
 /// The type of the answer to a request.

@@ -103,6 +103,16 @@ void MutexGate::waitForPass() {
     waiter.wait();
 }
 
+void MutexGate::leavePublic() {
+    Waiter* released = nullptr;
+    {
+        const Inside inside(mGuard);
+        if (mPublic == Platform::getThreadToken())
+            released = letOut();
+    }
+    wake(released);
+}
+
 bool MutexGate::allowOnePublicPass() {
     Waiter* released = nullptr;
     bool isOccupied = false;

@@ -58,6 +58,8 @@ public:
     /// The second half: returns when the calling thread is not registered any more. Without being registered, that is
     /// at once.
     void waitForPass();
+    /// Takes the registration of the calling thread back, as if it had been let pass.
+    void leavePublic();
 
     /// Lets the registered thread pass; the gate is closed again at once. Returns whether it did.
     ///

@@ -2,14 +2,15 @@
 
 #include "common/debug/assert.h"
 #include "common/debug/report.h"
+#include "common/debugger/call/rpchelper.h"
 #include "common/debugger/handler/defaulthandlers.h"
-#include "common/debugger/internal/breakpointmark.h"
+#include "common/debugger/internal/insidemark.h"
 #include "common/debugger/internal/serverthread.h"
 #include "common/debugger/messageid.h"
 #include "common/debugger/tcpconnectionlayer.h"
 #include "common/memory/allocate.h"
 #include "common/memory/threadsafeallocator.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/reflection/datatype/datatypemanager.h"
 #include "common/reflection/reflectioninterface.h"
 
@@ -76,8 +77,8 @@ bool isLoopback(const HostAddress& address) {
 /// what it was about.
 template <class Body>
 bool runLogged(const char* function, const char* failure, const Body& body) {
-    Network::CaughtText caught;
-    const bool result = Network::runGuarded(caught, body);
+    Exceptions::CaughtText caught;
+    const bool result = Exceptions::runGuarded(caught, body);
     if (caught.isCaught())
         Debug::report({LOG_ERROR, function}, failure, caught.getText());
     return result;
@@ -95,7 +96,9 @@ void Server::createInstance(const Memory::AllocatorPtr& allocator, Platform::Mil
             if (!initReflection(safeAllocator))
                 return;
             try {
-                gInstance = new (safeAllocator) Server(waitTime);
+                std::unique_ptr<Server> server(new (safeAllocator) Server(waitTime));
+                RPCHelper::createInstance(safeAllocator);
+                gInstance = server.release();
             } catch (...) {
                 ReflectionInterface::close();
                 throw;
@@ -116,12 +119,14 @@ bool Server::destroyInstance() {
         return TARQ_FAIL("There isn't a Debugger Server to destroy");
     if (server->mThread)
         stop();
-    BreakpointMark::waitForNone();
+    stopCalls();
+    InsideMark::waitForNone();
     server->deleteModules();
     gInstance = nullptr;
     delete server;
     ReflectionInterface::close();
     Debug::report({LOG_MESSAGE, cDestroyInstance}, "Debugger server was destroyed");
+    RPCHelper::destroyInstance();
     return true;
 }
 
@@ -163,7 +168,7 @@ bool Server::exitAsync() {
 
 /// Whoever waits for the server's threads from inside of them, or while they wait for what it holds, waits for ever.
 bool Server::isInside() noexcept {
-    return ServerThreadMark::isSet() || BreakpointMark::isSet() || sDataMutex.isHeld() || gLifecycle.isHeld();
+    return ServerThreadMark::isSet() || InsideMark::isSet() || sDataMutex.isHeld() || gLifecycle.isHeld();
 }
 
 bool Server::refuseInside(const char* function) {
@@ -200,6 +205,7 @@ bool Server::stop() {
     server->stopHolding();
     if (server->mConnectionLayer)
         server->shutdownServer();
+    stopCalls();
     Debug::report({LOG_MESSAGE, cExitAsync}, "Debugger server was stopped and his thread was deleted");
     return true;
 }
@@ -213,7 +219,9 @@ Platform::MilliSeconds Server::getSystemTime() noexcept {
 }
 
 Server::Server(Platform::MilliSeconds waitTime)
-    : mWaitTime(waitTime), mConnectedClients(getAllocator()), mModules(getAllocator()) {}
+    : mWaitTime(waitTime),
+      mFunctionRegistrar(new (getAllocator()) Reflection::Function::FunctionRegistrar(getAllocator())),
+      mConnectedClients(getAllocator()), mModules(getAllocator()), mNetworkStreams(getAllocator()) {}
 
 Server::~Server() = default;
 
@@ -264,11 +272,12 @@ bool Server::registerMessageHandler(Network::Message::MessageHandler* handler) {
 }
 
 int32 Server::run() {
-    const ServerThreadMark mark;
+    const ServerThreadMark mark(ServerThreadMark::MESSAGES);
     int32 result = 0;
     {
         const Threading::ScopedLock running(mRunMutex);
         startHolding();
+        RPCHelper::runAsync();
         mFailedPasses = 0;
         while (mIsRunning.load(std::memory_order_relaxed))
             result = processEvents();
@@ -291,6 +300,12 @@ int32 Server::processEvents() {
     return result;
 }
 
+void Server::stopCalls() {
+    const RPCHelper* const helper = RPCHelper::getInstance();
+    if (helper && helper->isRunning())
+        RPCHelper::exitAsync();
+}
+
 /// Whatever the transport does, the server does not run afterwards, and nobody is left.
 void Server::shutdownServer() {
     {
@@ -303,10 +318,14 @@ void Server::shutdownServer() {
         const uint32 left = getClientCount();
         TARQ_ASSERT_AS("mConnectedClients.empty()", left == 0, left, "Clients are still existing");
         dropTransport();
+        mNetworkStreams.clear();
     }
-    // The modules are what these threads look at.
-    BreakpointMark::waitForNone();
+    // The modules are what these threads look at. None of them waits for a tool any more.
+    stopCalls();
+    InsideMark::waitForNone();
     deleteModules();
+    const DataLock inside(sDataMutex);
+    TARQ_ASSERT_AS("mNetworkStreams.empty()", mNetworkStreams.empty(), "NetworkStreams are still existing");
 }
 
 void Server::disconnectAll() {

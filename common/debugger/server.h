@@ -7,8 +7,10 @@
 #include "common/debugger/connectionlayer.h"
 #include "common/debugger/mutexgate.h"
 #include "common/debugger/stepfilter.h"
+#include "common/debugger/stream/networkstreamregistry.h"
 #include "common/network/connectionlimits.h"
 #include "common/network/message/dispatcher.h"
+#include "common/reflection/function/functionregistrar.h"
 #include "common/threading/fairmutex.h"
 #include "common/threading/mutex.h"
 #include "common/threading/spinlock.h"
@@ -52,8 +54,9 @@ public:
     /// the manager of the reflection interface asserts that it cannot take the types. Throws `OutOfMemoryException`,
     /// and leaves nothing behind.
     ///
-    /// One pass of the server thread waits for at most `waitTime`: this is how long `exitAsync` may take. A message
-    /// that another thread queues ends the wait; where the system refuses the handle for that, it takes as long.
+    /// One pass of the server thread waits for at most `waitTime`: this is how long `exitAsync` may take, unless a call
+    /// runs. A message that another thread queues ends the wait; where the system refuses the handle for that, it takes
+    /// as long.
     static void createInstance(const Memory::AllocatorPtr& allocator, Platform::MilliSeconds waitTime);
     /// Stops the server if it runs and deletes it. Asserts "There isn't a Debugger Server to destroy"; false then.
     /// Refused like `exitAsync`.
@@ -64,9 +67,9 @@ public:
     static bool runAsync(const Network::Sockets::HostAddress& address);
     /// The same over another transport. The factory is used during the call only.
     static bool runAsync(const Network::Sockets::HostAddress& address, ConnectionLayerFactory& factory);
-    /// Disconnects every client and waits for the server thread to end. False when it does not run. Refused with a log
-    /// entry, and false, on the server's own threads and where the calling thread is inside the server, as in an
-    /// assertion callback.
+    /// Disconnects every client, and waits for the call that runs and for the server thread to end. False when it does
+    /// not run. Refused with a log entry, and false, on the server's own threads and where the calling thread is inside
+    /// the server, as in an assertion callback.
     static bool exitAsync();
 
     /// Null when there is none.
@@ -111,12 +114,28 @@ public:
     /// `OutOfMemoryException`.
     Module* createModule(const String& name, const uint32& version, uint32 maxHistoryLength);
     /// Deletes the module, and sets the pointer to null; its client is told. Asserts that the server has it, and that
-    /// no thread is held in it; false then. One that is gone
-    /// is found to be, as long as no newer module stands in its place.
+    /// no thread is held in it; false then. One that is gone is found to be, as long as no newer module stands in its
+    /// place.
     bool destroyModule(Module*& module);
     /// By id: asserts that there is one; by name and version: no report. False then.
     bool getModule(Module*& out, const uint32& moduleID);
     bool getModule(Module*& out, const String& name, const uint32& version);
+
+    /// Finds a stream by the ID that a tool has given it. It is good until the host gives it back, or the server is
+    /// deleted; it may be closed before. False, without a report, when there is none.
+    bool getNetworkStream(NetworkStream*& out, uint32 id);
+    /// Gives the stream back, and sets the pointer to null. Asserts that the host has it, and that no thread reads from
+    /// it; false then.
+    bool releaseNetworkStream(NetworkStream*& stream);
+
+    /// What tools may call by name, once `registerDebuggerDatatypes` has made the types known in the module that
+    /// registers; a function of the server hides those of modules. Each runs on the thread for calls,
+    /// one at a time: it may wait for a tool, locks what it shares with the host, and does not stop the server. What it
+    /// works on of the host's stays until `exitAsync` has returned, or `RPCHelper::waitForCall` has, behind
+    /// `destroyModule`.
+    const Reflection::Function::FunctionRegistrarPtr& getFunctionRegistrar() const noexcept {
+        return mFunctionRegistrar;
+    }
 
     /// Whether a thread is held at a breakpoint. Costs no lock.
     bool isBreakpointHolding() const noexcept { return mIsBreakpointHolding.load(std::memory_order_relaxed); }
@@ -132,7 +151,7 @@ public:
     /// in a break area may wait for that.
     void setGameTime(const Platform::MilliSeconds& gameTime);
 
-    /// What clients may make the host keep; for the next `runAsync`.
+    /// What clients may make the host keep; for the next `runAsync`, but of calls at once.
     void setConnectionLimits(const Network::ConnectionLimits& limits);
     Network::ConnectionLimits getConnectionLimits() const;
     /// Null lets everybody in. When it returns, the filter before is not used any more.
@@ -156,6 +175,8 @@ public:
 
     Module* findModule(uint32 moduleID) const noexcept { return mModules.get(moduleID); }
     Module* findModule(const String& name, uint32 version) const;
+    const Container::IDVector<Module>& getModules() const noexcept { return mModules; }
+    NetworkStreamRegistry& getNetworkStreams() noexcept { return mNetworkStreams; }
     /// Takes the module from its client, and what that has begun there.
     void disconnectModule(Module& module);
 
@@ -197,6 +218,7 @@ private:
     void dropTransport();
     int32 processEvents();
     void shutdownServer();
+    static void stopCalls();
     void disconnectAll();
 
     void deleteModules();
@@ -221,6 +243,7 @@ private:
     Platform::MilliSeconds mWaitTime;
     uint32 mFailedPasses = 0; ///< in succession; the server thread's
     std::unique_ptr<Threading::Thread> mThread;
+    Reflection::Function::FunctionRegistrarPtr mFunctionRegistrar;
 
     // Guarded by the data mutex.
 
@@ -230,6 +253,7 @@ private:
     Container::List<ClientInfo*> mConnectedClients; ///< in the order in which they came
     uint64 mLastGeneration = 0;
     Container::IDVector<Module> mModules;
+    NetworkStreamRegistry mNetworkStreams;
     Module* mModuleHolding = nullptr;
     BreakpointInstance* mBreakpointInstanceHolding = nullptr;
     ObjectInstance* mObjectInstanceHolding = nullptr;

@@ -61,6 +61,7 @@ void Server::forgetClient(ClientInfo& ownClInfo) {
                        "Internal Error: module has a matching socket but not the same clientInfo");
         disconnectModule(**at);
     }
+    mNetworkStreams.removeOf(ownClInfo.mConnectionID);
 }
 
 void Server::removeClientInfo(uint32 connectionID) {

@@ -1,5 +1,6 @@
 #include "common/debug/assert.h"
 #include "common/debug/report.h"
+#include "common/debugger/call/rpchelper.h"
 #include "common/debugger/clientinfo.h"
 #include "common/debugger/messageid.h"
 #include "common/debugger/model/module.h"
@@ -11,6 +12,15 @@
 
 /// The server's modules.
 namespace Tarq::Common::Debugger {
+
+namespace {
+
+void dropCalls(const Module& module) {
+    if (RPCHelper* const helper = RPCHelper::getInstance())
+        helper->dropCalls(*module.getFunctionRegistrar());
+}
+
+} // namespace
 
 Module* Server::createModule(const String& name, const uint32& version, uint32 maxHistoryLength) {
     const DataLock inside(sDataMutex);
@@ -44,13 +54,14 @@ bool Server::destroyModule(Module*& module) {
                      ", version: ", module->getVersion(), ") that has a holding breakpoint"))
         return false;
     if (module->getClient()) {
-        const bool isSent = module->send(static_cast<uint32>(MessageID::MODULE_SHUTDOWN),
+        const bool isSent = module->send(MessageID::MODULE_SHUTDOWN,
                                          [id](Network::Message::MessageBuilder& builder) { builder.write(id); });
         if (!isSent)
             TARQ_FAIL("Couldn't send module shutdown message to client");
         disconnectModule(*module);
     }
     mModules.remove(id);
+    dropCalls(*module);
     delete std::exchange(module, nullptr);
     return true;
 }
@@ -105,6 +116,7 @@ void Server::deleteModules() {
         Module* const module = mModules.get(id);
         mModules.remove(id);
         disconnectModule(*module);
+        dropCalls(*module);
         delete module;
     }
     TARQ_ASSERT_AS("mModules.empty()", mModules.empty(), mModules.size(), "Modules are still existing");

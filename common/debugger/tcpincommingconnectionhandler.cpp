@@ -1,7 +1,7 @@
 #include "common/debugger/tcpincommingconnectionhandler.h"
 
 #include "common/debug/report.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/network/sockets/socketerrortext.h"
 
 #include <utility>
@@ -23,8 +23,8 @@ constexpr int32 cThrown = -1;
 TCPIncommingConnectionHandler::~TCPIncommingConnectionHandler() = default;
 
 bool TCPIncommingConnectionHandler::handle() {
-    Network::CaughtText caught;
-    const bool isServed = Network::runGuarded(caught, [this] {
+    Exceptions::CaughtText caught;
+    const bool isServed = Exceptions::runGuarded(caught, [this] {
         HostAddress peer;
         std::unique_ptr<TCPSocket> socket(getSocket()->tryAccept(&peer));
         const int32 error = socket ? 0 : TCPSocket::getLastError();

@@ -4,7 +4,7 @@
 #include "common/debug/report.h"
 #include "common/memory/allocate.h"
 #include "common/memory/memorystream.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/platform/endian.h"
 
 #include <algorithm>
@@ -29,8 +29,8 @@ TCPPacketReceiveHandler::TCPPacketReceiveHandler(TCPSocket* socket, PacketListen
 TCPPacketReceiveHandler::~TCPPacketReceiveHandler() = default;
 
 bool TCPPacketReceiveHandler::handleEvent() {
-    Network::CaughtText caught;
-    const bool isFine = Network::runGuarded(caught, [this] { return handleState(); });
+    Exceptions::CaughtText caught;
+    const bool isFine = Exceptions::runGuarded(caught, [this] { return handleState(); });
     if (!caught.isCaught())
         return isFine;
     Debug::report({Debug::LOG_ERROR, cFunction}, "Connection ", mClientID, " is given up: ", caught.getText());

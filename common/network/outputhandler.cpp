@@ -2,8 +2,8 @@
 
 #include "common/debug/assert.h"
 #include "common/debug/report.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/memory/memoryexception.h"
-#include "common/network/internal/guarded.h"
 #include "common/network/reactor.h"
 
 #include <memory>
@@ -23,8 +23,9 @@ OutputHandler::~OutputHandler() {
 
 bool OutputHandler::queueMessage(IO::Stream* message) {
     uint64 numBytes = 0;
-    CaughtText caught;
-    return runGuarded(caught, [&] { return numBytes = message->getLength(), true; }) && enqueue(message, numBytes);
+    Exceptions::CaughtText caught;
+    return Exceptions::runGuarded(caught, [&] { return numBytes = message->getLength(), true; }) &&
+           enqueue(message, numBytes);
 }
 
 bool OutputHandler::enqueue(IO::Stream* message, uint64 numBytes) {

@@ -1,7 +1,7 @@
 #include "common/network/tcppacketsendhandler.h"
 
 #include "common/debug/assert.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/network/sockets/socketerrortext.h"
 #include "common/platform/endian.h"
 
@@ -25,8 +25,8 @@ TCPPacketSendHandler::TCPPacketSendHandler(TCPSocket* socket, Reactor* reactor) 
 TCPPacketSendHandler::~TCPPacketSendHandler() = default;
 
 bool TCPPacketSendHandler::handleEvent() {
-    CaughtText caught;
-    const bool isFine = runGuarded(caught, [this] { return handleState(); });
+    Exceptions::CaughtText caught;
+    const bool isFine = Exceptions::runGuarded(caught, [this] { return handleState(); });
     if (caught.isCaught()) {
         TARQ_FAIL("TCPPacketSendHandler can't read the message: ", caught.getText());
         return fail();

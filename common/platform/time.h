@@ -34,10 +34,11 @@ class TARQ_API Time {
 public:
     /// Elapsed time since the library was loaded, which for a host that is linked to it is the start of the process.
     static MilliSeconds getWallTime() noexcept;
-    /// The same as of the last tick of the system's timer, which may be some milliseconds ago: for those who ask often.
-    static MilliSeconds getCoarseWallTime() noexcept;
     /// The same in finer steps.
     static MicroSeconds getPerformanceCount() noexcept;
+    /// The wall time as of the last tick of the system's timer, which may be some milliseconds ago: for those who ask
+    /// often.
+    static MilliSeconds getCoarseWallTime() noexcept;
     /// There is no calendar here: 0.
     static MilliSeconds getGMTTime() noexcept;
     /// There is no calendar here: 0.

@@ -16,12 +16,14 @@ class ThreadPool;
 ///     };
 ///     pool->appendTask(new Smooth(grid));
 ///
-/// Ownership: the caller's until it is queued, then the pool's, which deletes it after it ran, or in `clearTasks`. So a
-/// task runs once; what it leaves behind, it writes to somewhere else. A class whose objects are to be made on an
-/// allocator derives from `Memory::MemoryManaged` first and from this second.
+/// Ownership: the caller's until it is queued, then the pool's, which deletes it after it ran, in `clearTasks`, or when
+/// there is no worker left. So a task runs once; what it leaves behind, it writes to somewhere else. A class whose
+/// objects are to be made on an allocator derives from `Memory::MemoryManaged` first and from this second, and says
+/// `using Task::mAllocator;`: the other one, `getAllocator`, is not the worker's.
 ///
-/// Threads: `execute` runs on a worker of the pool, and then the destructor, on the same. In `clearTasks` the
-/// destructor runs on the thread that clears. What is written before a task is queued, the task sees.
+/// Threads: `execute` runs on a worker of the pool, and then the destructor, on the same. One that does not run is
+/// deleted on the thread that clears or queues, or on the last worker. What is written before a task is queued, the
+/// task sees.
 class TARQ_API Task {
 public:
     virtual ~Task();

@@ -95,7 +95,7 @@ ThreadPool::~ThreadPool() {
 
 void ThreadPool::operator delete(ThreadPool* self, std::destroying_delete_t) {
     // Before the destructor there is still something that can go on.
-    if (!TARQ_ASSERT_AS("!Worker::isInside(pool)", !Worker::isInside(*self),
+    if (!TARQ_ASSERT_AS("!Worker::isInside(pool)", !PoolMark::isSet(*self),
                         "Cannot delete a thread pool inside one of its tasks"))
         return;
     self->~ThreadPool();
@@ -160,14 +160,17 @@ void ThreadPool::clearTasks() {
 
 /// Outside the lock: a destructor may do as it likes, with this pool too. Whoever waits for the tasks waits for that.
 void ThreadPool::deleteTasks(TaskQueue& tasks, std::size_t count) {
-    tasks.deleteAll();
+    {
+        const PoolMark mark(*this);
+        tasks.deleteAll();
+    }
     Wakeups wakeups;
     const ScopedLock inside(mLock);
     finish(count, wakeups);
 }
 
 void ThreadPool::waitForTasksFinished() {
-    if (!TARQ_ASSERT_AS("!Worker::isInside(pool)", !Worker::isInside(*this),
+    if (!TARQ_ASSERT_AS("!Worker::isInside(pool)", !PoolMark::isSet(*this),
                         "Cannot wait for a thread pool inside one of its tasks"))
         return;
     const auto isFinished = [this] { return mUnfinishedCount.load(std::memory_order_acquire) == 0; };
@@ -191,7 +194,7 @@ void ThreadPool::queueTask(Task* task, bool isFirst) {
         const ScopedLock inside(mLock);
         if (mEndedCount != mWorkers.size()) [[likely]] {
             add<std::size_t>(mUnfinishedCount, 1);
-            if (mQueuedCount.load(std::memory_order_relaxed) >= mCapacity && !Worker::isInside(*this)) {
+            if (mQueuedCount.load(std::memory_order_relaxed) >= mCapacity && !PoolMark::isSet(*this)) {
                 lineUp(blocked.emplace(*task, isFirst));
             } else {
                 enqueue(*task, isFirst);

@@ -29,9 +29,9 @@ struct Waiter;
 /// Every worker has a free-list allocator of its own for the tasks that it runs. Workers run below normal priority, so
 /// that the threads of the host come first.
 ///
-/// Threads: all operations on any, several at once, but for `delete`: by then no other thread starts an operation. One
-/// that is inside `appendTask` or `prependTask` already, because the queue is full, may be.
-/// Inside its own tasks a pool is not waited for and not deleted: both are refused.
+/// Threads: all operations on any, several at once, but for `delete`: by then every other has returned, and none
+/// starts. Only a thread that is inside `appendTask` or `prependTask` already, because the queue is full, may be.
+/// Inside its own tasks, and their destructors, a pool is not waited for and not deleted: both are refused.
 /// Ownership: of the threads, and of every task from the moment it is queued.
 /// States: it runs from `createThreadPool` to its end. A task that ends its thread (`Thread::exit`) takes its worker
 /// out of the pool; when that was the last one, tasks that wait are deleted without running. Nothing is thrown.
@@ -42,28 +42,27 @@ public:
     /// Makes a pool on `allocator`; one that is not safe on several threads is wrapped in a `ThreadSafeAllocator`, and
     /// used by nobody else as long as the pool lives.
     ///
-    /// `workerCount` 0 means as many as there are processors; `capacity`, the largest number of tasks that wait, 0
-    /// means twice as many as there are workers. Asserts "Cannot create semaphore" for a capacity above 2147483646; the
-    /// pool has that one. When the system or the memory gives out on the way, the pool runs with the workers that have
-    /// been started, after the assertion "Cannot start all workers". Without a single one: the assertion "Cannot create
-    /// thread pool", null.
+    /// `workerCount` 0 means as many as there are processors; `capacity`, the largest number of tasks that wait, those
+    /// that tasks have queued not counted, 0 means twice as many as there are workers. Asserts "Cannot create
+    /// semaphore" for a capacity above 2147483646; the pool has that one. When the system or the memory gives out on
+    /// the way, the pool runs with the workers that have been started, after the assertion "Cannot start all workers".
+    /// Without a single one: the assertion "Cannot create thread pool", null.
     static ThreadPool* createThreadPool(const Memory::AllocatorPtr& allocator, uint32 workerCount, uint32 capacity);
     /// Waits until all queued tasks have run, and those that they queue, and ends the threads.
     ~ThreadPool() override;
 
     /// Queues `task` behind all that wait. Blocks while the queue is full; who has blocked longest comes in first.
     ///
-    /// A task of this pool never blocks here: what it queues goes in at once, beyond the capacity if need be. Otherwise
-    /// all workers could wait for a place that only they can free.
-    /// Asserts "Cannot add null-pointer task"; nothing is queued then. Asserts "No worker is left to run the task" when
-    /// tasks have ended all threads; deletes the task then.
+    /// A task of this pool never blocks here, nor does its destructor: what it queues goes in at once, beyond the
+    /// capacity if need be. Otherwise all workers could wait for a place that only they can free. Other threads wait
+    /// for as long as tasks keep the queue full. Asserts "Cannot add null-pointer task"; nothing is queued then.
+    /// Asserts "No worker is left to run the task" when tasks have ended all threads; deletes the task then.
     void appendTask(Task* task);
     /// The same, ahead of all that wait.
     void prependTask(Task* task);
 
     /// Deletes the tasks that wait, the last one first, on the calling thread. Tasks that run are not affected, nor are
-    /// those whose `appendTask` still blocks: they come in now. A destructor may queue tasks, but not wait for the
-    /// pool.
+    /// those whose `appendTask` still blocks: they come in now. A destructor may queue tasks.
     void clearTasks();
 
     /// Returns as soon as no task waits or runs: all have been deleted, with what they have queued themselves.

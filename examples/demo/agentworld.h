@@ -5,6 +5,7 @@
 #include "common/math/rand.h"
 #include "common/math/vec2.h"
 #include "common/string.h"
+#include "common/threading/mutex.h"
 
 #include <cmath>
 #include <string>
@@ -14,6 +15,7 @@
 class AgentWorld {
 public:
     using Position = Tarq::Common::Math::Vec2f;
+    using Route = Tarq::Common::Container::Vector<Position>;
 
     struct Agent {
         Tarq::Common::String name;
@@ -23,6 +25,7 @@ public:
         float energy = 1;                ///< from 0 to 1
         Tarq::Common::uint32 visits = 0; ///< places that it has reached
         bool isResting = false;
+        Route route{Tarq::Common::Library::getTempAlloc()}; ///< where it is going after that, the last place first
     };
     using Agents = Tarq::Common::Container::Vector<Agent>;
 
@@ -58,10 +61,24 @@ public:
 
     void step(float seconds, Observer& observer) {
         for (Tarq::Common::uint32 number = 0; number < mAgents.size(); ++number) {
-            if (step(mAgents[number], seconds))
+            if (stepOne(mAgents[number], seconds))
                 observer.onArrived(number);
             observer.onStepped(number);
         }
+    }
+
+    /// Has an agent go from place to place, the last one of the route first. False when there is none of that name.
+    /// Any thread.
+    bool follow(const Tarq::Common::String& name, const Route& route) {
+        const Lock inside(mMutex);
+        for (Agent& agent : mAgents) {
+            if (agent.name != name)
+                continue;
+            agent.route = route;
+            turn(agent);
+            return true;
+        }
+        return false;
     }
 
     const Agents& getAgents() const { return mAgents; }
@@ -69,6 +86,8 @@ public:
     Agents& getAgents() { return mAgents; }
 
 private:
+    using Lock = Tarq::Common::Threading::ScopedLock<Tarq::Common::Threading::Mutex>;
+
     static Tarq::Common::String nameOf(Tarq::Common::uint32 number) {
         static constexpr const char* cNames[] = {"ann", "bob", "cid", "dot", "eve", "fay", "gus", "hal"};
         constexpr Tarq::Common::uint32 cCount = sizeof(cNames) / sizeof(cNames[0]);
@@ -81,8 +100,19 @@ private:
         return {x, Rand::getRandFloat(0, cEdge)};
     }
 
-    /// Returns whether the agent has arrived.
-    static bool step(Agent& agent, float seconds) {
+    /// Chooses the next place.
+    static void turn(Agent& agent) {
+        if (agent.route.empty()) {
+            agent.target = somewhere();
+            return;
+        }
+        agent.target = agent.route.back();
+        agent.route.pop_back();
+    }
+
+    /// Returns whether the agent has arrived. Whoever hears of that may be held, and is not in the way of others.
+    bool stepOne(Agent& agent, float seconds) {
+        const Lock inside(mMutex);
         agent.energy += seconds * (agent.isResting ? 0.2f : -0.01f * agent.speed);
         if (agent.energy <= 0)
             agent.isResting = true;
@@ -98,10 +128,11 @@ private:
             return false;
         }
         agent.position = agent.target;
-        agent.target = somewhere();
+        turn(agent);
         ++agent.visits;
         return true;
     }
 
     Agents mAgents;
+    Tarq::Common::Threading::Mutex mMutex; ///< guards where they are going
 };

@@ -2,10 +2,12 @@
 
 #include "common/container/idvector.h"
 #include "common/debugger/server.h"
+#include "common/network/message/messagebuilder.h"
 #include "fuzz/debugger/hostthread.h"
 #include "fuzz/debugger/messages.h"
 #include "fuzz/require.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <mutex>
@@ -99,6 +101,22 @@ public:
         return mRequest;
     }
     void setCanSend(bool canSend) { mCanSend = canSend; }
+    /// Returns when all calls have been executed, and their answers sent: those of a client come in order.
+    void waitForCalls(uint32 connectionID) {
+        Memory::MemoryStream message("stream", 64);
+        Network::Message::MessageBuilder builder(&message, true);
+        builder.write(static_cast<uint32>(MessageID::CALL));
+        builder.write(cLastCall);
+        mIsLastCallAnswered = false;
+        mServer->messageReceived(connectionID, &message);
+        mIsLastCallAnswered.wait(false);
+    }
+    /// How many pieces of streams the host has asked for.
+    uint32 countPieces() const { return mPieces; }
+
+    /// What a call has to name so that it can be waited for.
+    static constexpr const char* cLastCall = "the last call";
+
     bool isQuiet() const {
         return mConnections.size() == 0 && mServer->getClientCount() == 0 && !mServer->isBreakpointHolding() &&
                !mServer->findModule(uint32{0}) && !mServer->findModule(uint32{1});
@@ -126,6 +144,8 @@ private:
         Network::Message::MessageReader reader(&message, true);
         uint32 type = 0;
         require(reader.read(type));
+        if (MessageID{type} == Debugger::replyTo(MessageID::CALL))
+            return hearCallReply(reader);
         MessageCheck check(reader);
         const char* const event = findForm(cEvents, MessageID{type});
         const char* const form = event ? event : findForm(cReplies, MessageID{type});
@@ -136,6 +156,17 @@ private:
             mHost.noteReport();
         if (!event)
             hearReply(connectionID, MessageID{type}, check);
+        if (MessageID{type} == MessageID::NETWORK_STREAM_REQUEST)
+            ++mPieces;
+    }
+    /// On the thread that executes calls.
+    void hearCallReply(Network::Message::MessageReader& reader) {
+        String name;
+        require(reader.read(name));
+        if (name == cLastCall) {
+            mIsLastCallAnswered = true;
+            mIsLastCallAnswered.notify_all();
+        }
     }
     void hearReply(uint32 connectionID, MessageID type, const MessageCheck& reply) {
         require(mRequest.isAwaited && !mRequest.isAnswered);
@@ -150,7 +181,9 @@ private:
     Run mRun;
     Container::IDVector<MemoryLayer> mConnections;
     Request mRequest;
-    bool mCanSend = true;
+    std::atomic<bool> mCanSend = true;
+    std::atomic<bool> mIsLastCallAnswered = false;
+    std::atomic<uint32> mPieces = 0;
     std::mutex mMutex;
     std::condition_variable mChanged;
     const unsigned char* mData = nullptr; ///< null when there is no script to run

@@ -50,10 +50,18 @@ inline constexpr MessageForm cRequests[] = {
     {MessageID::SET_BREAKPOINT, "uub"},
     {MessageID::SET_BREAKPOINT_OBJECT_INSTANCE, "uub"},
     {MessageID::SET_BREAKPOINT_CONDITION, "uun"},
-    // These are not answered.
+    // These are not answered, or not at once.
     {MessageID::SET_BREAKPOINT_CLIENT, ""},
     {MessageID::MAKE_STEP, "bu"},
     {MessageID::CONTINUE, ""},
+    {MessageID::NETWORK_STREAM_DATA, "un"},
+    {MessageID::CALL, "s"}, // the arguments may be any
+    {MessageID::CALL, "su"},
+    {MessageID::CALL, "sbs"},
+    {MessageID::CALL, "sn"},
+    // These are answered.
+    {MessageID::REGISTER_NETWORK_STREAM, "suu"},
+    {MessageID::DEREGISTER_NETWORK_STREAM, "u"},
 };
 
 /// What an answer has in front of code and text, it repeats of the request.
@@ -68,6 +76,8 @@ inline constexpr MessageForm cReplies[] = {
     {Debugger::replyTo(MessageID::SET_BREAKPOINT), "uubc"},
     {Debugger::replyTo(MessageID::SET_BREAKPOINT_OBJECT_INSTANCE), "uubc"},
     {Debugger::replyTo(MessageID::SET_BREAKPOINT_CONDITION), "uuc"},
+    {Debugger::replyTo(MessageID::REGISTER_NETWORK_STREAM), "suuc"},
+    {Debugger::replyTo(MessageID::DEREGISTER_NETWORK_STREAM), "uc"},
 };
 
 /// What the server says without being asked.
@@ -76,6 +86,7 @@ inline constexpr MessageForm cEvents[] = {
     {MessageID::REGISTER_OBJECT_GROUP, "usuu"},    {MessageID::REGISTER_OBJECT_TYPE, "uusuuuuu(usu)(8sub)"},
     {MessageID::UNREGISTER_OBJECT_TYPE, "uu"},     {MessageID::REGISTER_OBJECT_INSTANCE, "uusu"},
     {MessageID::UNREGISTER_OBJECT_INSTANCE, "uu"}, {MessageID::MODULE_SHUTDOWN, "u"},
+    {MessageID::NETWORK_STREAM_REQUEST, "uuu"},
 };
 
 /// Null for another message.

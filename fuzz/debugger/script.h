@@ -5,6 +5,7 @@
 #include "fuzz/debugger/input.h"
 #include "fuzz/debugger/memorylayer.h"
 #include "fuzz/debugger/setcheck.h"
+#include "fuzz/debugger/streamreader.h"
 #include "fuzz/debugger/world.h"
 #include "fuzz/require.h"
 
@@ -22,7 +23,7 @@ public:
     using IsLetGo = bool (*)();
 
     DebuggerScript(MemoryLayer& layer, HostThread& host, IsLetGo isLetGo, const unsigned char* data, std::size_t size)
-        : mLayer(layer), mHost(host), mIsLetGo(isLetGo), mInput(data, size) {
+        : mLayer(layer), mHost(host), mIsLetGo(isLetGo), mInput(data, size), mReader(layer) {
         toggle(mWorlds.all[0], "world");
         mValues = mWorlds.encode();
     }
@@ -59,7 +60,8 @@ private:
         CHANGE_VARIABLES,
         PASS_ON_SERVER_THREAD,
         SET_ACTIVE,
-        ASK, ///< and all others
+        ASK,
+        READ_STREAM, ///< and all others
     };
 
     void perform(unsigned char event) {
@@ -91,6 +93,8 @@ private:
         const bool isOwner = ownsHeld(client);
         const SetCheck set(mWorlds, message);
         const MemoryLayer::Request& request = mLayer.receive(client, message, blockSize, canSend);
+        if (request.type == MessageID::CALL)
+            mLayer.waitForCalls(client);
         if (set.check(request, canSend))
             mValues = mWorlds.encode();
         const bool mustLetGo = isOwner && endsHold(request);
@@ -152,9 +156,19 @@ private:
         const unsigned char which = mInput.takeByte();
         if (which % 16 == TOGGLE_MODULE)
             toggle(world, name);
+        else if (which % 16 == READ_STREAM)
+            read(which / 16);
         else if (world)
             change(*world, which % 16, which / 16);
         mValues = mWorlds.encode();
+    }
+    /// What would be the longest read cannot be asked for.
+    void read(uint32 id) {
+        const uint32 offset = mInput.takeByte();
+        const uint32 count = mInput.takeByte();
+        mLayer.setCanSend(count != 255);
+        mReader.read(id, offset, count);
+        mLayer.setCanSend(true);
     }
     void toggle(std::unique_ptr<World>& world, const char* name) {
         if (!world) {
@@ -214,6 +228,7 @@ private:
     IsLetGo mIsLetGo;
     Input mInput;
     Worlds mWorlds;
+    StreamReader mReader;
     std::optional<uint32> mClients[3];
     std::string mValues; ///< of all variables, as tools and the host have set them
 };

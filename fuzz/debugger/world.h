@@ -5,6 +5,7 @@
 #include "common/debugger/model/objectgroup.h"
 #include "common/debugger/model/variabletype.h"
 #include "common/debugger/server.h"
+#include "common/reflection/function/functionbinding.h"
 #include "fuzz/debugger/messages.h"
 #include "fuzz/debugger/variables.h"
 #include "fuzz/require.h"
@@ -89,6 +90,7 @@ public:
         mGroups[0] = mModule->createObjectGroup("agents");
         mGroups[1] = mGroups[0]->registerSubObjectGroup("rocks");
         mKinds[0] = std::make_unique<Kind>(*mGroups[0], "walker");
+        mModule->getFunctionRegistrar()->registerFunction("moon", &count);
         mModule->attach();
     }
     ~World() { require(Server::getInstance()->destroyModule(mModule)); }
@@ -136,6 +138,8 @@ public:
     }
 
 private:
+    static uint32 count(const Container::Vector<uint8>& bytes) { return bytes.size(); }
+
     Debugger::Module* mModule;
     Debugger::ObjectGroup* mGroups[2];
     std::unique_ptr<Kind> mKinds[2];

@@ -135,18 +135,6 @@ TEST_CASE_FIXTURE(HoldingTest, "a condition of another type, or none at all, lea
     }
 }
 
-TEST_CASE_FIXTURE(HoldingTest, "a breakpoint is active once") {
-    const AssertionRecorder assertions;
-    mWorld.stepped->setInactive();
-    mWorld.stepped->setActive();
-    mWorld.stepped->setActive();
-    CHECK(mWorld.stepped->isActive());
-    mWorld.stepped->setInactive();
-    CHECK_FALSE(mWorld.stepped->isActive());
-    CHECK(errorsOf(assertions) == "Tried to set Breakpoint inactive while it is already inactive\n"
-                                  "Tried to set Breakpoint active while it is already active\n");
-}
-
 TEST_CASE_FIXTURE(HoldingTest, "a breakpoint is not entered with what cannot come by it, and nothing is touched then") {
     const uint32 tool = connectTool();
     Debugger::ObjectType* const other = mWorld.agents->createObjectType("runner");
@@ -296,18 +284,4 @@ TEST_CASE_FIXTURE(HoldingTest, "a variable that is gone is left out of what is r
     REQUIRE(mWorld.module->getHistory().getLatestEntry(0, entry));
     CHECK(entry->getStored().getVariables().size() == 0);
     CHECK(entry->getWatched().getVariables().size() == 1);
-}
-
-TEST_CASE_FIXTURE(HoldingTest, "a history of length 1 keeps the newest pass of each instance") {
-    SteppedWorld world("short", 1);
-    for (BreakpointInstance* const breakpoint : {world.stepped, world.stepped, world.ended}) {
-        breakpoint->enterBreakpoint(world.ann);
-        breakpoint->enterBreakpoint(world.ben);
-    }
-    world.stepped->enterBreakpoint(world.ben);
-    CHECK(world.historyOf(*world.ann) == "1 ");
-    CHECK(world.historyOf(*world.ben) == "0 ");
-    // Who comes next with the same id begins without.
-    CHECK(world.type->destroyObjectInstance(world.ann->getID()));
-    CHECK(world.historyOf(*world.make("cal", world.count)) == "");
 }

@@ -43,7 +43,7 @@ public:
         const uint32 module = random.below(3);
         const uint32 element = random.below(4);
         const bool isSet = random.oneIn(2);
-        switch (random.below(12)) {
+        switch (random.below(15)) {
         case 0:
             return requestOf(MessageID::CONTINUE);
         case 1:
@@ -63,6 +63,13 @@ public:
             return request(MessageID::SET_BREAKPOINT_OBJECT_INSTANCE, "", module, element, isSet);
         case 8:
             return request(MessageID::GET_HISTORY, "", module, element);
+        case 9:
+            return request(MessageID::REGISTER_NETWORK_STREAM, "", "file", element, random.below(100));
+        case 10:
+            return request(MessageID::DEREGISTER_NETWORK_STREAM, "", element);
+        case 11: // nobody wants or knows that
+            return isSet ? requestOf(MessageID::NETWORK_STREAM_DATA, element) + bytesOf("85 00 00 00 01 2a")
+                         : requestOf(MessageID::CALL, "spawn", element);
         default:
             const char* const name = isSet ? "world 0" : "world 1";
             mReplies.push_back(requestOf(replyTo(MessageID::CONNECT_MODULE), name, uint32{1}));
@@ -228,6 +235,10 @@ public:
             "Couldn't disconnect module ( id: ",
             "MessageReader verification found wrong type",
             "The replied message doesn't contain the reply variable",
+            "NetworkStream received more data than needed",
+            "Update of NetworkStream resulted in Error",
+            "Tried to update unknown NetworkStream",
+            "the RPC (spawn) isn't known within the server",
         };
         return std::any_of(std::begin(cExpected), std::end(cExpected),
                            [&](const std::string& text) { return assertion.find(text) != std::string::npos; });

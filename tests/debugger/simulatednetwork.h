@@ -239,8 +239,9 @@ private:
         /// Whether it is said always in the same way that a message of this type is lost.
         static bool isReported(Debugger::MessageID type) {
             using enum Debugger::MessageID;
-            for (const Debugger::MessageID request : {GET_HISTORY, IDENTITY, GET_VARIABLE, SET_VARIABLE,
-                                                      SET_BREAKPOINT_OBJECT_INSTANCE, SET_BREAKPOINT, SET_WATCHES}) {
+            for (const Debugger::MessageID request :
+                 {GET_HISTORY, IDENTITY, GET_VARIABLE, SET_VARIABLE, SET_BREAKPOINT_OBJECT_INSTANCE, SET_BREAKPOINT,
+                  SET_WATCHES, REGISTER_NETWORK_STREAM, DEREGISTER_NETWORK_STREAM}) {
                 if (type == Debugger::replyTo(request))
                     return true;
             }

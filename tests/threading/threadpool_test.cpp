@@ -215,16 +215,42 @@ TEST_CASE_FIXTURE(LibraryTest, "inside its tasks a pool is neither waited for no
     CHECK(hasRun);
 }
 
+TEST_CASE_FIXTURE(LibraryTest,
+                  "the destructor of a cleared task may queue more, but not wait for the pool or delete it") {
+    const PoolPtr pool(ThreadPool::createThreadPool(allocator(), 1, 1));
+    Gate go;
+    std::atomic<int> ran{0};
+    pool->appendTask(makeWork([&] { go.wait(); }));
+    auto* const cleared = makeWork([] {});
+    const AssertionRecorder recorder;
+    cleared->onEnd = [&](Work&) {
+        pool->waitForTasksFinished();
+        delete static_cast<Memory::MemoryManaged*>(pool.get());
+        for (int at = 0; at < 3; ++at)
+            pool->appendTask(makeWork([&] { ++ran; }));
+    };
+    pool->appendTask(cleared);
+    pool->clearTasks();
+    CHECK(recorder.getSeen().size() == 2);
+    go.open();
+    pool->waitForTasksFinished();
+    CHECK(ran == 3);
+}
+
 TEST_CASE_FIXTURE(LibraryTest, "a task that ends its thread ends one worker; without any, tasks are deleted unrun") {
     const PoolPtr pool(ThreadPool::createThreadPool(allocator(), 2, 1));
-    int unrun = 0;
+    pool->appendTask(makeWork([] { Threading::Thread::exit(3); }));
+    std::atomic<int> ran{0};
+    for (int at = 0; at < 10; ++at)
+        pool->appendTask(makeWork([&] { ++ran; }));
+    pool->waitForTasksFinished();
+    CHECK(ran == 10);
+    std::atomic<int> unrun{0};
     Gate go;
-    for (int at = 0; at < 2; ++at) {
-        pool->appendTask(makeWork([&] {
-            go.wait();
-            Threading::Thread::exit(3);
-        }));
-    }
+    pool->appendTask(makeWork([&] {
+        go.wait();
+        Threading::Thread::exit(3);
+    }));
     const auto appendUnrun = [&] {
         auto* const work = makeWork([] { FAIL_CHECK("a task has run without a worker"); });
         work->onEnd = [&](Work&) { ++unrun; };

@@ -7,6 +7,10 @@
 #include "common/debugger/handler/makestepmsghandler.h"
 #include "common/debugger/handler/moduleconnectmsghandler.h"
 #include "common/debugger/handler/moduledisconnectmsghandler.h"
+#include "common/debugger/handler/networkstreamanswermsghandler.h"
+#include "common/debugger/handler/networkstreamderegistermsghandler.h"
+#include "common/debugger/handler/networkstreamregistermsghandler.h"
+#include "common/debugger/handler/rpcmsghandler.h"
 #include "common/debugger/handler/setbreakpointclientmsghandler.h"
 #include "common/debugger/handler/setbreakpointconditionmsghandler.h"
 #include "common/debugger/handler/setbreakpointmsghandler.h"
@@ -40,7 +44,9 @@ bool registerHandlers(Server& server) {
 bool registerDefaultMessageHandlers(Server& server) {
     return registerHandlers<GetHistoryMsgHandler, GetVariableMsgHandler, IdentityReplyMsgHandler, ContinueMsgHandler,
                             MakeStepMsgHandler, ModuleConnectMsgHandler, ModuleDisconnectMsgHandler,
-                            SetBreakpointClientMsgHandler, SetBreakpointConditionMsgHandler, SetBreakpointMsgHandler,
+                            NetworkStreamAnswerMsgHandler, NetworkStreamDeregisterMsgHandler,
+                            NetworkStreamRegisterMsgHandler, RPCMsgHandler, SetBreakpointClientMsgHandler,
+                            SetBreakpointConditionMsgHandler, SetBreakpointMsgHandler,
                             SetBreakpointObjectInstanceMsgHandler, SetVariableMsgHandler, SetWatchesMsgHandler>(server);
 }
 

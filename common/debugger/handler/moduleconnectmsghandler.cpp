@@ -3,7 +3,7 @@
 #include "common/debugger/model/breakpointtype.h"
 #include "common/debugger/model/module.h"
 #include "common/debugger/server.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 
 namespace Tarq::Common::Debugger {
 
@@ -106,8 +106,8 @@ bool ModuleConnectMsgHandler::refuseSecond(uint8 code) {
 void ModuleConnectMsgHandler::takeOver(Module& module) const {
     const uint32 before = module.getClient()->mConnectionID;
     mServer->disconnectModule(module);
-    Network::CaughtText caught;
-    const bool isSent = Network::runGuarded(caught, [&] {
+    Exceptions::CaughtText caught;
+    const bool isSent = Exceptions::runGuarded(caught, [&] {
         return send(before, MessageID::MODULE_DISCONNECT_FORCED, [&](MessageBuilder& builder) {
             builder.write(module.getModuleID());
             builder.write(mClient->mComputerName);

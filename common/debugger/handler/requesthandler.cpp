@@ -4,13 +4,6 @@
 
 namespace Tarq::Common::Debugger {
 
-namespace {
-
-/// Most answers are short; longer ones take more blocks.
-constexpr uint32 cBlockSize = 1024;
-
-} // namespace
-
 RequestHandler::RequestHandler(Server* server, MessageID request, const char* layout) noexcept
     : MessageHandler(static_cast<uint32>(request)), mServer(server), mRequest(request), mLayout(layout) {}
 
@@ -51,13 +44,6 @@ bool RequestHandler::refuse(const ClientInfo& client, uint8 code, std::initializ
 
 std::unique_ptr<Memory::MemoryStream> RequestHandler::makeStream(const char* name) const {
     return std::unique_ptr<Memory::MemoryStream>(new (mServer->getAllocator()) Memory::MemoryStream(name, cBlockSize));
-}
-
-bool RequestHandler::sendMessage(uint32 connectionID, std::unique_ptr<Memory::MemoryStream> message) const {
-    if (!mServer->sendMessage(connectionID, message.get()))
-        return false;
-    static_cast<void>(message.release()); // it is the connection's now
-    return true;
 }
 
 } // namespace Tarq::Common::Debugger

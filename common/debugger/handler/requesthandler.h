@@ -2,6 +2,7 @@
 
 #include "common/debug/assert.h"
 #include "common/debugger/messageid.h"
+#include "common/debugger/outgoingmessage.h"
 #include "common/memory/memorystream.h"
 #include "common/network/message/messagebuilder.h"
 #include "common/network/message/messagehandler.h"
@@ -46,11 +47,9 @@ protected:
     /// is not possible.
     template <class WriteFields>
     bool send(uint32 connectionID, MessageID type, const WriteFields& writeFields) const {
-        std::unique_ptr<Memory::MemoryStream> message = makeStream("stream");
-        MessageBuilder builder(message.get(), true);
-        builder.write(static_cast<uint32>(type));
-        writeFields(builder);
-        return sendMessage(connectionID, std::move(message));
+        OutgoingMessage message(*mServer, type, cBlockSize);
+        writeFields(message.builder());
+        return message.sendTo(connectionID);
     }
     /// Sends the answer. Asserts "Couldn't send returning message back to client"; false then.
     template <class WriteFields>
@@ -76,8 +75,10 @@ protected:
     Server* mServer;
 
 private:
+    /// Most answers are short; longer ones take more blocks.
+    static constexpr uint32 cBlockSize = 1024;
+
     bool failToReply() const;
-    bool sendMessage(uint32 connectionID, std::unique_ptr<Memory::MemoryStream> message) const;
 
     MessageID mRequest;
     const char* mLayout;

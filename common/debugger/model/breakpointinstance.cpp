@@ -4,7 +4,7 @@
 #include "common/debug/report.h"
 #include "common/debugger/clientinfo.h"
 #include "common/debugger/condition/conditionparser.h"
-#include "common/debugger/internal/breakpointmark.h"
+#include "common/debugger/internal/insidemark.h"
 #include "common/debugger/internal/modellock.h"
 #include "common/debugger/internal/serverthread.h"
 #include "common/debugger/model/breakpointtype.h"
@@ -12,7 +12,7 @@
 #include "common/debugger/model/objectinstance.h"
 #include "common/debugger/model/objecttype.h"
 #include "common/debugger/model/variabletype.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/reflection/datatype/typeddatatype.h"
 
 namespace Tarq::Common::Debugger {
@@ -77,7 +77,7 @@ private:
 
 BreakpointInstance::BreakpointInstance(ObjectType* objectType, BreakpointType* type, const String& name)
     : mObjectType(objectType), mType(type), mName(name), mResolver(getAllocator(), objectType),
-      mStoredVariables(getAllocator()), mStoredVariableIDs(getAllocator()) {}
+      mStoredVariables(getAllocator()) {}
 
 BreakpointInstance::~BreakpointInstance() {
     if (isActive())
@@ -87,10 +87,14 @@ BreakpointInstance::~BreakpointInstance() {
 }
 
 void BreakpointInstance::setStoredVariables(const Container::List<String>& names) {
-    for (const String& name : names) {
-        mStoredVariables.push_back(name);
-        mStoredVariableIDs.push_back(mObjectType->findVariable(name)->getID());
-    }
+    for (const String& name : names)
+        mStoredVariables.push_back(mObjectType->findVariable(name));
+}
+
+void BreakpointInstance::getStoredVariables(Container::List<String>& out) const {
+    out.clear();
+    for (const VariableType* const variable : mStoredVariables)
+        out.push_back(variable->getName());
 }
 
 void BreakpointInstance::setActive() {
@@ -133,16 +137,16 @@ int32 BreakpointInstance::setCondition(IO::Stream* stream) {
 }
 
 void BreakpointInstance::enterBreakpoint(ObjectInstance* trigger) {
-    const BreakpointMark mark;
+    const InsideMark mark;
     if (!TARQ_ASSERT(trigger, "Tried to enter Breakpoint with NULL pointer instead of a valid ObjectInstance") ||
         !TARQ_ASSERT(trigger->isAttached(), "Tried to enter Breakpoint with unattached ObjectInstance") ||
         !TARQ_ASSERT(trigger->getType() == mObjectType, "Tried to enter Breakpoint (", mName, ") with ObjectInstance (",
                      trigger->getName(), ") of another ObjectType"))
         return;
     Module& module = mObjectType->getModule();
-    // The server's threads would wait for themselves: whoever is inside may be held, until these let it pass. They
-    // would also wait for who is in the middle of an operation on the model.
-    if (ServerThreadMark::isSet() || ModelLock::isSet()) {
+    // The server's thread would wait for itself: whoever is inside may be held, until that one lets it pass. It would
+    // also wait for who is in the middle of an operation on the model.
+    if (ServerThreadMark::isSet(ServerThreadMark::MESSAGES) || ModelLock::isSet()) {
         module.writeHistoryEntry(this, trigger);
         return;
     }
@@ -180,8 +184,8 @@ bool BreakpointInstance::isConditionTrue(const ObjectInstance& trigger) {
     if (!mCondition)
         return true;
     const PhaseScope computing(Phase::PHASE_COMPUTING);
-    Network::CaughtText caught;
-    const bool isTrue = Network::runGuarded(caught, [&] {
+    Exceptions::CaughtText caught;
+    const bool isTrue = Exceptions::runGuarded(caught, [&] {
         if (mCondition->isConstant())
             return mCondition->evaluate(nullptr);
         DebuggerVariableAccessor* const accessor = trigger.getVariableAccessor();

@@ -18,6 +18,7 @@ namespace Tarq::Common::Debugger {
 class BreakpointType;
 class ObjectInstance;
 class ObjectType;
+class VariableType;
 
 /// A place in the host's code that objects of one type come by, and at which a tool may hold the thread.
 ///
@@ -37,7 +38,7 @@ public:
     BreakpointType* getType() const noexcept { return mType; }
     ObjectType* getObjectType() const noexcept { return mObjectType; }
     /// The names of the variables that each pass records.
-    void getStoredVariables(Container::List<String>& out) const { out = mStoredVariables; }
+    void getStoredVariables(Container::List<String>& out) const;
 
     /// The calling thread is here, with this object, which is an attached one of the breakpoint's type. Records it;
     /// returns when the thread may go on: at once, or when a tool that wants to look around has done so.
@@ -57,9 +58,6 @@ public:
     /// and for a document that holds none. Throws
     /// `OutOfMemoryException`; the condition is the one before then.
     int32 setCondition(IO::Stream* stream);
-
-    /// The variables that each pass records. The caller holds the data mutex.
-    const Container::List<String>& getStoredVariables() const noexcept { return mStoredVariables; }
 
 private:
     friend class Module;
@@ -86,8 +84,7 @@ private:
     std::atomic<bool> mIsActive{false};
     DebuggerVariableResolver mResolver;
     std::unique_ptr<Parser::Formula::TypedMathValue<bool>> mCondition; ///< null for one that is always true
-    Container::List<String> mStoredVariables;
-    Container::Vector<uint32> mStoredVariableIDs;
+    Container::Vector<const VariableType*> mStoredVariables;
 };
 
 } // namespace Tarq::Common::Debugger

@@ -4,23 +4,20 @@
 #include "common/debug/report.h"
 #include "common/debugger/clientinfo.h"
 #include "common/debugger/internal/modellock.h"
-#include "common/debugger/messageid.h"
 #include "common/debugger/model/breakpointinstance.h"
 #include "common/debugger/model/breakpointtype.h"
 #include "common/debugger/model/objectgroup.h"
 #include "common/debugger/model/objectinstance.h"
 #include "common/debugger/model/objecttype.h"
 #include "common/debugger/model/variabletype.h"
-#include "common/network/internal/guarded.h"
+#include "common/debugger/outgoingmessage.h"
+#include "common/exceptions/internal/guarded.h"
 
 #include <algorithm>
 
 namespace Tarq::Common::Debugger {
 
 namespace {
-
-/// Messages about elements hold little more than a name.
-constexpr uint32 cBlockSize = 128;
 
 template <class Element>
 bool give(Element*& out, Element* found) noexcept {
@@ -32,9 +29,11 @@ bool give(Element*& out, Element* found) noexcept {
 } // namespace
 
 Module::Module(Server* server, const String& name, uint32 version, uint32 maxHistoryLength)
-    : mServer(server), mName(name), mVersion(version), mObjectGroups(getAllocator()), mObjectTypes(getAllocator()),
-      mObjectInstances(getAllocator()), mBreakpointTypes(getAllocator()), mBreakpointInstances(getAllocator()),
-      mVariableTypes(getAllocator()), mTopGroups(getAllocator()), mBreakpointTypeIDs(getAllocator()),
+    : mServer(server), mName(name), mVersion(version),
+      mFunctionRegistrar(new (getAllocator()) Reflection::Function::FunctionRegistrar(getAllocator())),
+      mObjectGroups(getAllocator()), mObjectTypes(getAllocator()), mObjectInstances(getAllocator()),
+      mBreakpointTypes(getAllocator()), mBreakpointInstances(getAllocator()), mVariableTypes(getAllocator()),
+      mTopGroups(getAllocator()), mBreakpointTypeIDs(getAllocator()),
       mHistory(getAllocator(), std::max(maxHistoryLength, 1u)) {
     TARQ_ASSERT(maxHistoryLength > 0, "Tried to create Module with historyLength=0 -> debugger needs history to report "
                                       "holding breakpoints");
@@ -196,20 +195,15 @@ void Module::disconnectClient() {
 }
 
 /// Sends nothing when the message cannot be made, either.
-bool Module::sendFields(uint32 messageType, WriteFieldsFunction function, const void* write) {
+bool Module::sendFields(MessageID type, WriteFieldsFunction function, const void* write) {
     if (!TARQ_ASSERT(mClient, "Tried to send message but no Client is connected (use isClientConnected() to check "
                               "before sending)"))
         return false;
-    Network::CaughtText caught;
-    const bool isSent = Network::runGuarded(caught, [&] {
-        std::unique_ptr<Memory::MemoryStream> message(new (getAllocator()) Memory::MemoryStream("stream", cBlockSize));
-        Network::Message::MessageBuilder builder(message.get(), true);
-        builder.write(messageType);
-        function(builder, write);
-        const bool isTaken = mServer->sendMessage(mClient->mConnectionID, message.get());
-        if (isTaken)
-            static_cast<void>(message.release());
-        return isTaken;
+    Exceptions::CaughtText caught;
+    const bool isSent = Exceptions::runGuarded(caught, [&] {
+        OutgoingMessage message(*mServer, type);
+        function(message.builder(), write);
+        return message.sendTo(mClient->mConnectionID);
     });
     if (caught.isCaught())
         Debug::report({Debug::LOG_ERROR, "Tarq::Common::Debugger::Module::send"},

@@ -2,11 +2,14 @@
 
 #include "common/container/idvector.h"
 #include "common/container/stringlookup.h"
+#include "common/debug/assert.h"
+#include "common/debugger/messageid.h"
 #include "common/debugger/model/elementid.h"
 #include "common/debugger/model/historylist.h"
 #include "common/memory/memorymanaged.h"
 #include "common/memory/memorystream.h"
 #include "common/network/message/messagebuilder.h"
+#include "common/reflection/function/functionregistrar.h"
 #include "common/string.h"
 #include "common/threading/mutex.h"
 
@@ -60,6 +63,12 @@ public:
     uint32 getModuleID() const noexcept { return mModuleID; }
     Server& getServer() const noexcept { return *mServer; }
 
+    /// What tools may call. See `Server::getFunctionRegistrar`. Calls that wait when the module is destroyed are
+    /// dropped; one that runs goes on, and `RPCHelper::waitForCall` waits for it.
+    const Reflection::Function::FunctionRegistrarPtr& getFunctionRegistrar() const noexcept {
+        return mFunctionRegistrar;
+    }
+
     /// Makes a group at the top, which a connected client hears of at once. Null when the name is taken.
     ObjectGroup* createObjectGroup(const String& name);
     /// Null when the name is taken, and when the module is attached.
@@ -112,13 +121,19 @@ public:
 
     /// Sends the client a message of this type, whose fields `writeFields` writes. False when it cannot be sent.
     template <class WriteFields>
-    bool send(uint32 messageType, const WriteFields& writeFields) {
+    bool send(MessageID type, const WriteFields& writeFields) {
         return sendFields(
-            messageType,
+            type,
             [](Network::Message::MessageBuilder& builder, const void* write) {
                 (*static_cast<const WriteFields*>(write))(builder);
             },
             &writeFields);
+    }
+    /// The same about an element that comes or goes. Asserts that it can be sent.
+    template <class WriteFields>
+    void report(MessageID type, const WriteFields& writeFields) {
+        if (!send(type, writeFields))
+            TARQ_FAIL("Couldn't send (late)bound message to client");
     }
 
 private:
@@ -134,7 +149,7 @@ private:
 
     void setModuleID(uint32 moduleID) noexcept { mModuleID = moduleID; }
     std::unique_ptr<ObjectGroup> makeGroup(const String& name, ObjectGroup* parent);
-    bool sendFields(uint32 messageType, WriteFieldsFunction function, const void* write);
+    bool sendFields(MessageID type, WriteFieldsFunction function, const void* write);
     bool takeStop() noexcept;
     bool recordPass(const BreakpointInstance* breakpoint, const ObjectInstance* trigger);
     void recordVariables(HistoryEntry& entry, const BreakpointInstance& breakpoint, const ObjectInstance& trigger);
@@ -146,6 +161,7 @@ private:
     String mName;
     uint32 mVersion;
     uint32 mModuleID = 0xFFFFFFFF;
+    Reflection::Function::FunctionRegistrarPtr mFunctionRegistrar;
     mutable Threading::Mutex mMutex;
     std::atomic<bool> mIsAttached{false};
     std::atomic<bool> mIsToStop{false};

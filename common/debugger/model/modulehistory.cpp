@@ -7,7 +7,7 @@
 #include "common/debugger/model/breakpointinstance.h"
 #include "common/debugger/model/module.h"
 #include "common/debugger/model/objectinstance.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 
 /// What a module does when its breakpoints are passed.
 namespace Tarq::Common::Debugger {
@@ -27,8 +27,8 @@ bool Module::writeHistoryEntry(const BreakpointInstance* breakpoint, const Objec
 
 /// The data mutex is enough: nobody has the history in hand without it.
 bool Module::recordPass(const BreakpointInstance* breakpoint, const ObjectInstance* trigger) {
-    Network::CaughtText caught;
-    const bool isWritten = Network::runGuarded(caught, [&] {
+    Exceptions::CaughtText caught;
+    const bool isWritten = Exceptions::runGuarded(caught, [&] {
         const uint32 instanceID = trigger->getID();
         std::unique_ptr<HistoryEntry> entry(mHistory.takeOldest(instanceID));
         if (!entry)
@@ -47,14 +47,12 @@ bool Module::recordPass(const BreakpointInstance* breakpoint, const ObjectInstan
 }
 
 void Module::recordVariables(HistoryEntry& entry, const BreakpointInstance& breakpoint, const ObjectInstance& trigger) {
-    auto name = breakpoint.mStoredVariables.begin();
-    for (const uint32 id : breakpoint.mStoredVariableIDs) {
-        const VariableInstance* const variable = trigger.findVariable(id);
+    for (const VariableType* const type : breakpoint.mStoredVariables) {
+        const VariableInstance* const variable = trigger.findVariable(type->getID());
         if (TARQ_ASSERT_AS("objectInstance->getVariableInstance(var, *iter)", variable, "Breakpoint (",
                            breakpoint.getName(), ") for ObjectInstance (", trigger.getName(),
-                           ") tries to store unknown Variable (", *name, ")"))
+                           ") tries to store unknown Variable (", type->getName(), ")"))
             entry.addStored(*variable);
-        ++name;
     }
     entry.setWatches({trigger.getWatchedVariables().data(), trigger.getWatchedVariables().size()});
 }
@@ -69,13 +67,12 @@ bool Module::sendBreakpointState(const ObjectInstance* trigger) {
         return TARQ_FAIL("Can't get HistoryEntry for Object (", trigger->getName(),
                          ") -> can't report breakpoint state");
     bool isWritten = false;
-    const bool isSent =
-        send(static_cast<uint32>(MessageID::BREAKPOINT_STATE), [&](Network::Message::MessageBuilder& builder) {
-            builder.write(mModuleID);
-            builder.write(trigger->getID());
-            entry->write(builder);
-            isWritten = true;
-        });
+    const bool isSent = send(MessageID::BREAKPOINT_STATE, [&](Network::Message::MessageBuilder& builder) {
+        builder.write(mModuleID);
+        builder.write(trigger->getID());
+        entry->write(builder);
+        isWritten = true;
+    });
     if (!isWritten)
         return TARQ_FAIL("Couldn't collect data of breakpoint state from module (name: ", mName,
                          ", version: ", mVersion, ")");
@@ -95,8 +92,7 @@ bool Module::holdBreakpoint(uint32 groupID, BreakpointInstance* breakpoint, Obje
 /// Every pass is recorded, also one that cannot be held.
 bool Module::reportHold(BreakpointInstance* breakpoint, ObjectInstance* trigger) {
     TARQ_ASSERT_AS("isClientConnected()", mClient,
-                   "Breakpoint becomes holding but no client is connected (internal "
-                   "error)");
+                   "Breakpoint becomes holding but no client is connected (internal error)");
     if (!recordPass(breakpoint, trigger))
         return TARQ_FAIL("Couldn't write history entry during BreakpointActivation");
     return sendBreakpointState(trigger) || TARQ_FAIL("Couldn't report to client that module has holding breakpoint");

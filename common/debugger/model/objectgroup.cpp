@@ -145,15 +145,12 @@ void ObjectGroup::attachType(ObjectType& type) {
 }
 
 void ObjectGroup::sendRegister() {
-    const bool isSent = mModule->send(static_cast<uint32>(MessageID::REGISTER_OBJECT_GROUP),
-                                      [this](Network::Message::MessageBuilder& builder) {
-                                          builder.write(mModule->getModuleID());
-                                          builder.write(mName);
-                                          builder.write(getID());
-                                          builder.write(mParent ? mParent->getID() : uint32{INVALID_OBJECT_GROUP_ID});
-                                      });
-    if (!isSent)
-        TARQ_FAIL("Couldn't send (late)bound message to client");
+    mModule->report(MessageID::REGISTER_OBJECT_GROUP, [this](Network::Message::MessageBuilder& builder) {
+        builder.write(mModule->getModuleID());
+        builder.write(mName);
+        builder.write(getID());
+        builder.write(mParent ? mParent->getID() : uint32{INVALID_OBJECT_GROUP_ID});
+    });
 }
 
 bool ObjectGroup::holdFrom(std::atomic<uint32>& holding, uint32 id, BreakpointInstance* breakpoint,

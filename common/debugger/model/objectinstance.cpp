@@ -216,15 +216,12 @@ bool ObjectInstance::takeStop() noexcept {
 void ObjectInstance::connectClient(ClientInfo* client) {
     mClient = client;
     Module& module = mType->getModule();
-    const bool isSent =
-        module.send(static_cast<uint32>(MessageID::REGISTER_OBJECT_INSTANCE), [&](MessageBuilder& builder) {
-            builder.write(module.getModuleID());
-            builder.write(mType->getID());
-            builder.write(mName);
-            builder.write(getID());
-        });
-    if (!isSent)
-        TARQ_FAIL("Couldn't send (late)bound message to client");
+    module.report(MessageID::REGISTER_OBJECT_INSTANCE, [&](MessageBuilder& builder) {
+        builder.write(module.getModuleID());
+        builder.write(mType->getID());
+        builder.write(mName);
+        builder.write(getID());
+    });
 }
 
 void ObjectInstance::disconnectClient(ClientInfo* client) {
@@ -237,7 +234,7 @@ void ObjectInstance::disconnectClient(ClientInfo* client) {
 
 bool ObjectInstance::sendUnregister() {
     Module& module = mType->getModule();
-    return module.send(static_cast<uint32>(MessageID::UNREGISTER_OBJECT_INSTANCE), [&](MessageBuilder& builder) {
+    return module.send(MessageID::UNREGISTER_OBJECT_INSTANCE, [&](MessageBuilder& builder) {
         builder.write(module.getModuleID());
         builder.write(getID());
     });

@@ -239,18 +239,14 @@ void ObjectType::sendRegister() {
             builder.write(variable->isWritable());
         }
     };
-    if (!getModule().send(static_cast<uint32>(MessageID::REGISTER_OBJECT_TYPE), writeFields))
-        TARQ_FAIL("Couldn't send (late)bound message to client");
+    getModule().report(MessageID::REGISTER_OBJECT_TYPE, writeFields);
 }
 
 void ObjectType::sendUnregister() {
-    const bool isSent =
-        getModule().send(static_cast<uint32>(MessageID::UNREGISTER_OBJECT_TYPE), [this](MessageBuilder& builder) {
-            builder.write(getModule().getModuleID());
-            builder.write(getID());
-        });
-    if (!isSent)
-        TARQ_FAIL("Couldn't send (late)bound message to client");
+    getModule().report(MessageID::UNREGISTER_OBJECT_TYPE, [this](MessageBuilder& builder) {
+        builder.write(getModule().getModuleID());
+        builder.write(getID());
+    });
 }
 
 bool ObjectType::holdBreakpoint(BreakpointInstance* breakpoint, ObjectInstance* trigger) {

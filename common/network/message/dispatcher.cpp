@@ -1,7 +1,7 @@
 #include "common/network/message/dispatcher.h"
 
 #include "common/debug/assert.h"
-#include "common/network/internal/guarded.h"
+#include "common/exceptions/internal/guarded.h"
 
 namespace Tarq::Common::Network::Message {
 
@@ -23,8 +23,8 @@ bool Dispatcher::registerMessageHandler(MessageHandler* handler) {
 bool Dispatcher::dispatch(IO::Stream* message, uint32 connection) {
     if (!TARQ_ASSERT(message, "there is no message to dispatch"))
         return false;
-    CaughtText caught;
-    const bool isHandled = runGuarded(caught, [&] { return handle(message, connection); });
+    Exceptions::CaughtText caught;
+    const bool isHandled = Exceptions::runGuarded(caught, [&] { return handle(message, connection); });
     if (caught.isCaught())
         TARQ_FAIL("a message couldn't be handled: ", caught.getText());
     return isHandled;

@@ -1,8 +1,8 @@
 #include "common/network/message/messagereader.h"
 
 #include "common/debug/assert.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/io/internal/bytesleft.h"
-#include "common/network/internal/guarded.h"
 #include "common/network/message/internal/memorystreamof.h"
 #include "common/network/message/internal/numberblock.h"
 #include "common/network/message/internal/streamtypes.h"
@@ -23,8 +23,8 @@ constexpr uint64 cLongestInPlace = std::numeric_limits<uint32>::max();
 /// Returns what `body` returns; asserts that it throws nothing, false otherwise.
 template <class Body>
 bool guarded(const Body& body) {
-    CaughtText caught;
-    const bool isDone = runGuarded(caught, body);
+    Exceptions::CaughtText caught;
+    const bool isDone = Exceptions::runGuarded(caught, body);
     if (caught.isCaught())
         TARQ_FAIL("MessageReader couldn't read out of the stream: ", caught.getText());
     return isDone;

@@ -238,7 +238,11 @@ bool FunctionRegistrar::getArgumentSignature(Types& signature, FunctionID functi
 bool FunctionRegistrar::existsFunction(String::Text name, const Types& argumentSignature,
                                        bool declarationSuffices) const {
     const FunctionID functionID = getFunctionID(name, argumentSignature);
-    return functionID != FunctionID() && (declarationSuffices || findRecord(functionID) != nullptr);
+    return functionID != FunctionID() && (declarationSuffices || providesFunction(functionID));
+}
+
+bool FunctionRegistrar::providesFunction(FunctionID functionID) const noexcept {
+    return findRecord(functionID) != nullptr;
 }
 
 // What is required.

@@ -81,6 +81,8 @@ public:
     /// Whether there is a function with these arguments: a declaration, if that suffices, otherwise one that this
     /// registrar provides.
     bool existsFunction(String::Text name, const Types& argumentSignature, bool declarationSuffices) const;
+    /// Whether this registrar provides it.
+    bool providesFunction(FunctionID functionID) const noexcept;
 
     /// Declares the function if it is not yet, and notes that somebody needs it.
     FunctionID addRequiredFunction(String::Text name, const Types& fullSignature);
@@ -120,5 +122,7 @@ private:
     Memory::AllocatorPtr mRecordAllocator;
     mutable Threading::Mutex mMutex; ///< guards the required functions, and changes of the records
 };
+
+using FunctionRegistrarPtr = SharedPtr<FunctionRegistrar, SimpleReferenceCount, StandartObjectPolicy>;
 
 } // namespace Tarq::Common::Reflection::Function

@@ -7,6 +7,21 @@ namespace Tarq::Common::Threading {
 
 class ThreadPool;
 
+/// Marks the calling thread as one that is inside the pool while it lives: it runs tasks, or deletes them.
+class PoolMark {
+public:
+    explicit PoolMark(const ThreadPool& pool) noexcept;
+    ~PoolMark();
+    PoolMark(const PoolMark&) = delete;
+    PoolMark& operator=(const PoolMark&) = delete;
+
+    static bool isSet(const ThreadPool& pool) noexcept;
+
+private:
+    const ThreadPool* mPool;
+    const PoolMark* mOuter; ///< a task may clear another pool
+};
+
 /// What one thread of a pool does: runs one task after the other, until the pool ends.
 ///
 /// Gives the tasks an allocator that only this thread uses. A task that ends the thread (`Thread::exit`) ends the
@@ -17,9 +32,6 @@ public:
     ~Worker() override;
 
     int32 run() override;
-
-    /// Whether the calling thread is one of this pool's workers.
-    static bool isInside(const ThreadPool& pool) noexcept;
 
 private:
     friend class ThreadPool;

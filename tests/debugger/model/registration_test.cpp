@@ -72,21 +72,6 @@ TEST_CASE_FIXTURE(ModelTest, "a tool that connects hears of all that is attached
     }
 }
 
-TEST_CASE_FIXTURE(ModelTest, "each group comes with its types, and each type with its instances") {
-    for (const char* const name : {"left", "right"}) {
-        ObjectType* const type = makeType(mModule->createObjectGroup(name), "type", {});
-        makeInstance(type, "first", {});
-        makeInstance(type, "second", {});
-    }
-    mModule->attach();
-    const uint32 tool = connectTool();
-    connectModule(tool);
-    std::string types;
-    for (const std::string& message : takeMessages(tool))
-        types += hexOf(message.substr(4, 1)) + ' ';
-    CHECK(types == "04 07 08 0a 0a 07 08 0a 0a ");
-}
-
 TEST_CASE_FIXTURE(ModelTest, "a connected tool hears of each element when it is there, and when it goes") {
     CHECK(mModule->registerBreakpointType("step"));
     mModule->attach();
@@ -169,7 +154,7 @@ TEST_CASE_FIXTURE(ModelTest, "a message that there is no memory for is reported,
 
 TEST_CASE_FIXTURE(ModelTest, "a module has one client at a time") {
     makeInstance(makeType(mModule->createObjectGroup("agents"), "walker", {}), "ann", {});
-    CHECK(assertedBy([&] { CHECK_FALSE(mModule->send(5, [](MessageBuilder&) {})); }) ==
+    CHECK(assertedBy([&] { CHECK_FALSE(mModule->send(Debugger::MessageID::CONTINUE, [](MessageBuilder&) {})); }) ==
           "Tried to send message but no Client is connected (use isClientConnected() to check before sending)");
     mModule->attach();
     const uint32 tool = connectToModule();
@@ -200,37 +185,4 @@ TEST_CASE_FIXTURE(ModelTest, "a tool that leaves takes its breakpoints and break
     CHECK_FALSE(ann->isBreakflagSet());
     breakpoint->enterBreakpoint(ann);
     CHECK(countEntries(0) == 1);
-}
-
-TEST_CASE_FIXTURE(ModelTest, "tools come and go while hosts make and destroy, and see a true picture of it") {
-    ObjectType* const type = makeType(mModule->createObjectGroup("agents"), "walker", {"age"});
-    mModule->attach();
-    std::vector<std::thread> hosts;
-    for (int host = 0; host < 2; ++host) {
-        hosts.emplace_back([&] {
-            for (int round = 0; round < 200; ++round) {
-                ObjectInstance* const instance = makeInstance(type, "ann", {"age"});
-                type->destroyObjectInstance(instance->getID());
-            }
-        });
-    }
-    for (int visit = 0; visit < 50; ++visit) {
-        const uint32 tool = connectTool();
-        connectModule(tool);
-        mNetwork.send(tool, wire(0x05, 0u));
-        std::map<std::string, int> instances;
-        for (const std::string& message : takeMessages(tool)) {
-            const std::string id = message.substr(message.size() - 4);
-            const char kind = message[4];
-            if (kind == 0x0A)
-                CHECK(++instances[id] == 1);
-            else if (kind == 0x0B)
-                CHECK(--instances[id] == 0);
-        }
-        mNetwork.lose(tool);
-    }
-    for (std::thread& host : hosts)
-        host.join();
-    makeInstance(type, "last", {"age"});
-    CHECK(takeLines(0).empty());
 }

@@ -6,7 +6,7 @@
 #include <exception>
 #include <string_view>
 
-namespace Tarq::Common::Network {
+namespace Tarq::Common::Exceptions {
 
 /// What an exception said, kept until it is gone: who gets the report may end the thread, which cannot pass while an
 /// exception is being handled. What is too long is cut off.
@@ -29,8 +29,8 @@ template <class Body>
 bool runGuarded(CaughtText& caught, const Body& body) {
     try {
         return body();
-    } catch (Exceptions::Exception* exception) {
-        const Exceptions::Holder holder(exception);
+    } catch (Exception* exception) {
+        const Holder holder(exception);
         caught.keep(exception->getMessage());
     } catch (const std::exception& exception) {
         caught.keep(exception.what());
@@ -41,4 +41,4 @@ bool runGuarded(CaughtText& caught, const Body& body) {
     return false;
 }
 
-} // namespace Tarq::Common::Network
+} // namespace Tarq::Common::Exceptions

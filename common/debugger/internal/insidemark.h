@@ -5,14 +5,14 @@
 
 namespace Tarq::Common::Debugger {
 
-/// Counts the calling thread as one that is inside a breakpoint while it lives: what it may look at is not deleted
-/// then, and what waits for such threads is refused on it.
-class BreakpointMark {
+/// Counts the calling thread as one that is inside a breakpoint, or in a read from a tool, while it lives: what it may
+/// look at is not deleted then, and what waits for such threads is refused on it.
+class InsideMark {
 public:
-    BreakpointMark() noexcept;
-    ~BreakpointMark();
-    BreakpointMark(const BreakpointMark&) = delete;
-    BreakpointMark& operator=(const BreakpointMark&) = delete;
+    InsideMark() noexcept;
+    ~InsideMark();
+    InsideMark(const InsideMark&) = delete;
+    InsideMark& operator=(const InsideMark&) = delete;
 
     /// Whether the calling thread is inside one.
     static bool isSet() noexcept { return tDepth != 0; }

@@ -1,4 +1,4 @@
-#include "common/debugger/internal/breakpointmark.h"
+#include "common/debugger/internal/insidemark.h"
 
 #include "common/platform/waitaddress.h"
 
@@ -17,17 +17,17 @@ constinit std::atomic<bool> gIsAwaited{false};
 
 } // namespace
 
-BreakpointMark::BreakpointMark() noexcept {
+InsideMark::InsideMark() noexcept {
     if (tDepth++ == 0)
         gInside.fetch_add(1);
 }
 
-BreakpointMark::~BreakpointMark() {
+InsideMark::~InsideMark() {
     if (--tDepth == 0 && gInside.fetch_sub(1) == 1 && gIsAwaited.load())
         Platform::wakeOneOnAddress(&gInside);
 }
 
-void BreakpointMark::waitForNone() noexcept {
+void InsideMark::waitForNone() noexcept {
     gIsAwaited = true;
     for (uint32 inside = gInside.load(); inside != 0; inside = gInside.load())
         Platform::waitOnAddress(gInside, inside, cSleepMicroseconds);
