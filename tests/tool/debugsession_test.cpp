@@ -20,17 +20,17 @@ TEST_CASE_FIXTURE(DebugSessionTest, "one question is asked and answered") {
     CHECK(ask([this] { host.answer(getSpeed, speed); }, {"get", "agents/walker/ann.speed"}) == 0);
     CHECK(written == "agents/walker/ann.speed = 0.1\n");
     const SetVariable set{World::cModule, World::cAnn, World::cSpeed, itemOf(STREAM_TYPE_FLOAT32, "-3.5")};
-    const SetVariableReply setReply{World::cModule, World::cAnn, World::cSpeed, 0, ""};
+    const SetVariable::Reply setReply{set, 0, ""};
     CHECK(ask([&] { host.answer(set, setReply); }, {"set", "agents/walker/ann.speed", "-3.5", "--json"}) == 0);
     CHECK(written == head("done") + R"(,"command":"set","path":"agents/walker/ann.speed","value":-3.5})" + "\n");
     const SetWatch watch{World::cModule, World::cAnn, World::cName, true};
-    const SetWatchReply refusal{World::cModule, World::cAnn, World::cName, true, 4, "gone\x1b"};
+    const SetWatch::Reply refusal{watch, 4, "gone\x1b"};
     CHECK(ask([&] { host.answer(watch, refusal); }, {"watch", "agents/walker/ann.name", "on"}) == 1);
     CHECK(written == "");
     CHECK(told == "tarq-debug: refused: gone\\x1B\n");
     for (const bool isOn : {true, false}) {
         const SetWatch again{World::cModule, World::cAnn, World::cName, isOn};
-        const SetWatchReply isSo{World::cModule, World::cAnn, World::cName, isOn, 5, "same"};
+        const SetWatch::Reply isSo{again, 5, "same"};
         CHECK(ask([&] { host.answer(again, isSo); }, {"watch", "agents/walker/ann.name", isOn ? "on" : "off"}) == 0);
         CHECK(written ==
               std::string("agents/walker/ann.name ") + (isOn ? "is watched already\n" : "was not watched\n"));
@@ -63,7 +63,7 @@ TEST_CASE_FIXTURE(DebugSessionTest, "a history is a table, or one entry a line")
 
 TEST_CASE_FIXTURE(DebugSessionTest, "a session holds, looks, steps and goes on") {
     const SetBreakpoint set{World::cModule, World::cStep, true};
-    const SetBreakpointReply setReply{World::cModule, World::cStep, true, 0, ""};
+    const SetBreakpoint::Reply setReply{set, 0, ""};
     const auto script = [&] {
         host.answer(set, setReply);
         host.say(World::hold(7, "2.5"));
@@ -107,10 +107,8 @@ TEST_CASE_FIXTURE(DebugSessionTest, "a session holds, looks, steps and goes on")
 }
 
 TEST_CASE_FIXTURE(DebugSessionTest, "a condition is compiled, printed back, and taken away") {
-    const SetConditionReply reply{World::cModule, World::cStep, 0, ""};
-    SetCondition removal;
-    removal.moduleID = World::cModule;
-    removal.breakpointID = World::cStep;
+    const SetCondition removal{World::cModule, World::cStep};
+    const SetCondition::Reply reply{removal, 0, ""};
     std::string sent;
     const auto script = [&] {
         sent = receiveText(*host.connection(), 4);
@@ -134,7 +132,7 @@ TEST_CASE_FIXTURE(DebugSessionTest, "a condition is compiled, printed back, and 
 
 TEST_CASE_FIXTURE(DebugSessionTest, "a script ends with the first command that fails, unless it is to go on") {
     const SetBreakpoint set{World::cModule, World::cStep, true};
-    const SetBreakpointReply refusal{World::cModule, World::cStep, true, 4, "is on"};
+    const SetBreakpoint::Reply refusal{set, 4, "is on"};
     const std::string commands = "break breakpoint agents/walker@step on\nget agents/walker/ann.speed\n";
     CHECK(debug([&] { host.answer(set, refusal); }, commands) == 1);
     CHECK(written == "");
@@ -167,7 +165,8 @@ TEST_CASE_FIXTURE(DebugSessionTest, "a script ends with the first command that f
         {"step --type fly", 2, "there is no breakpoint type fly; there is: move"},
         {"takeover", 2, "this tool has the module"},
         {"wait hold 0", 6, "no hold has come in time"},
-        {"wait rain", 2, "there are no events \"rain\"; there are hold, registration, removal, takeover, shutdown"},
+        {"wait rain", 2,
+         "there are no events \"rain\"; there are hold, registration, removal, takeover, shutdown, answer, read"},
         {"wait hold soon", 2, "the time has to be from 0 to 1000000 seconds"},
     };
     for (const auto& given : cases) {

@@ -21,8 +21,9 @@ struct DebugSessionTest : LibraryTest {
     /// types it when `isTyped` says so.
     int run(const std::function<void()>& script, Texts arguments, const std::string& input = std::string()) {
         arguments.insert(arguments.begin() + 1, port);
-        for (const char* const option : {"--module", "world", "--computer", "box", "--user", "john"})
-            arguments.emplace_back(option);
+        if (hasModule)
+            arguments.insert(arguments.end(), {"--module", "world"});
+        arguments.insert(arguments.end(), {"--computer", "box", "--user", "john"});
         int ends[2];
         if (isTyped)
             openTerminal(ends);
@@ -83,6 +84,7 @@ struct DebugSessionTest : LibraryTest {
 
     ModuleHost host;
     bool isTyped = false;
+    bool hasModule = true;
     std::string port;
     std::string name;
     std::string written;

@@ -93,12 +93,12 @@ TEST_CASE_FIXTURE(LibraryTest, "what a host says is read whole or not at all") {
     checkReading(history);
     checkReading(world.end);
     checkReading(GetVariableReply{1, 2, 3, 0, "", itemOf(STREAM_TYPE_BOOL, "true")});
-    checkReading(SetVariableReply{1, 2, 3, 4, "no"});
-    checkReading(BreakInstanceReply{1, 2, true, 0, ""});
-    checkReading(SetBreakpointReply{1, 2, true, 0, ""});
-    checkReading(SetConditionReply{1, 2, 4, "no"});
-    checkReading(SetWatchReply{1, 2, 3, true, 0, ""});
-    checkReading(DisconnectModuleReply{1, 0, ""});
+    checkReading(SetVariable::Reply{{1, 2, 3}, 4, "no"});
+    checkReading(BreakInstance::Reply{{1, 2, true}, 0, ""});
+    checkReading(SetBreakpoint::Reply{{1, 2, true}, 0, ""});
+    checkReading(SetCondition::Reply{{1, 2}, 4, "no"});
+    checkReading(SetWatch::Reply{{1, 2, 3, true}, 0, ""});
+    checkReading(DisconnectModule::Reply{{1}, 0, ""});
     checkReading(ModuleShutdown{1});
     // What follows a code that is not 0 is not there.
     CHECK(hexOfMessage(refused) == "07 01 00 00 04 0b 00 00 00 05 77 6f 72 6c 64 07 00 00 00 01 05 02 0b 00 00 00 02 "

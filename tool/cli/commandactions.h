@@ -15,6 +15,12 @@ void setValue(Debugger& debugger, Words& words);
 void setWatch(Debugger& debugger, Words& words);
 void showHistory(Debugger& debugger, Words& words);
 
+// What is not about the module.
+
+void callFunction(Debugger& debugger, Words& words);
+void serveFile(Debugger& debugger, Words& words);
+void withdrawFile(Debugger& debugger, Words& words);
+
 // Holding, and letting go.
 
 void setBreak(Debugger& debugger, Words& words);
@@ -22,6 +28,8 @@ void setCondition(Debugger& debugger, Words& words);
 void makeStep(Debugger& debugger, Words& words);
 void letGo(Debugger& debugger, Words& words);
 
+/// "[ID:][NAME=]PATH"; without an id, it has this one.
+ServedFile openServed(const std::string& text, Common::uint32 id);
 /// Takes a path that leads to an element of one of these kinds.
 Found takePath(const Debugger& debugger, Words& words, std::initializer_list<ElementKind> kinds);
 /// Takes "on" or "off".

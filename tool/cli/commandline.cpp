@@ -33,6 +33,8 @@ constexpr const char* cFooter = R"(Examples:
   tarq-debug tree 4711 --module world            what the module "world", version 1, has registered
   tarq-debug get 4711 agents/walker/ann.speed --module world:2
   tarq-debug debug 4711 --module world -e 'break breakpoint agents/walker@step on' -e 'wait hold 10'
+  tarq-debug call 4711 'add(Integer32, Integer32)' 3 4
+  tarq-debug serve 4711 level.bin                until the host has read it
   tarq-debug debug 4711 --module world           reads commands, one a line; "help" lists them
 
 A host lets go what it holds, and forgets breakpoints and conditions, when the tool leaves: what goes beyond one
@@ -48,14 +50,14 @@ VALUE is true, 12, -1.5e3, inf, "text", (1, 2, 3) for a vector, [1, 2, 3] for an
 
 Results go to the standard output, messages to the standard error. The program ends with
   0  when all went well, also when SIGINT, SIGTERM or SIGHUP ended "connect", with or without a connection, "events",
-     or a "debug" that waited for commands
+     "serve", or a "debug" that waited for commands
   1  when the host has refused the tool, or what it asked for
   2  when the command line is wrong, or a command, path or value
   3  when nobody took the connection, and when a signal ended "identify" before the host has answered
   4  when the connection or the module was lost, the host did not answer on it or a signal came first, or what came
      made no sense
-  5  when memory is exhausted, or the output cannot be written
-  6  when what "wait" has waited for has not come in time
+  5  when memory is exhausted, the output cannot be written, or a file that is served has changed or cannot be read
+  6  when what "wait" has waited for has not come in time, or "call" for
 A second signal ends it at once, whatever it is doing.)";
 
 /// What the command line says.
@@ -71,6 +73,10 @@ struct Arguments {
     bool isTakingOver = false;
     std::string path;
     std::string value;
+    std::string signature;
+    std::vector<std::string> values;
+    std::optional<double> progressSeconds;
+    ServeOptions serving;
     Script script;
 };
 
@@ -82,8 +88,9 @@ void addConnectionOptions(CLI::App& command, Arguments& arguments) {
     command.add_option("--user", arguments.user, "The name to give for the user; by default the one logged in")
         ->type_name("NAME");
     command
-        .add_option("--timeout", arguments.timeoutSeconds,
-                    "How long to wait for the host to answer; by default 5, and 30 when it has let the tool in")
+        .add_option(
+            "--timeout", arguments.timeoutSeconds,
+            "How long to wait for the host to answer; by default 5; when it has let the tool in, 30, and 10 for a call")
         ->type_name("SECONDS");
     command
         .add_option("--protocol-version", arguments.protocolVersion,
@@ -118,11 +125,19 @@ void addModuleOptions(CLI::App& command, Arguments& arguments) {
     command.add_flag("--takeover", arguments.isTakingOver, "Take the module from the tool that has it");
 }
 
-DebugOptions makeDebugOptions(const Arguments& arguments) {
+/// Without a module.
+DebugOptions makePlainOptions(const Arguments& arguments) {
     DebugOptions options;
     options.session = makeOptions(arguments);
-    options.isTakingOver = arguments.isTakingOver;
     options.isJson = arguments.isJson;
+    options.progressSeconds = arguments.progressSeconds;
+    options.callSeconds = arguments.timeoutSeconds.value_or(options.callSeconds);
+    return options;
+}
+
+DebugOptions makeDebugOptions(const Arguments& arguments) {
+    DebugOptions options = makePlainOptions(arguments);
+    options.isTakingOver = arguments.isTakingOver;
     if (!parseModule(arguments.module, options))
         throw CLI::ValidationError("--module", "the module has to be NAME or NAME:VERSION");
     return options;
@@ -163,11 +178,66 @@ void addDebugCommands(CLI::App& app, Arguments& arguments) {
     debug->add_flag("--keep-going", arguments.script.keepsGoing, "Go on after a command that failed");
 }
 
+void addCall(CLI::App& app, Arguments& arguments) {
+    CLI::App* const call = app.add_subcommand("call", "Have the host call a function, and show what it returns");
+    addConnectionOptions(*call, arguments);
+    call->add_option("SIGNATURE", arguments.signature,
+                     "The function as it is declared: \"add(Integer32, Integer32)\"; behind it, \"-> TYPE\" if what is "
+                     "returned is to be checked")
+        ->required()
+        ->option_text(" ");
+    call->add_option("VALUE", arguments.values, "A value for each argument; texts need no quotes of their own")
+        ->option_text("...");
+}
+
+void addServe(CLI::App& app, Arguments& arguments) {
+    CLI::App* const serve = app.add_subcommand("serve", "Let the host read files of this machine as streams");
+    addConnectionOptions(*serve, arguments);
+    serve
+        ->add_option(
+            "FILE", arguments.serving.files,
+            "A file, and what the host knows it by: [ID:][NAME=]PATH; by default ids count up, and the name is "
+            "the file's own")
+        ->required()
+        ->option_text("...");
+    serve->add_option("--first-id", arguments.serving.firstID, "The id of the first file; by default 1")
+        ->type_name("NUMBER");
+    serve->add_flag("--keep-serving", arguments.serving.keepsServing, "Go on when the host has read all of it");
+    serve
+        ->add_option("--progress", arguments.progressSeconds,
+                     "How often to tell how far the host is; by default 5, for JSON 1, on a terminal all the time")
+        ->type_name("SECONDS");
+}
+
+/// Where a command has several values, the parser takes apart what is in brackets, unless something stands behind: a
+/// list would not be one value any more.
+constexpr char cBehindList = '\n';
+
+std::vector<std::string> keepLists(std::vector<std::string> words) {
+    for (std::string& word : words)
+        word += word.starts_with('[') ? std::string(1, cBehindList) : "";
+    return words;
+}
+
+std::vector<std::string> restoreLists(std::vector<std::string> values) {
+    for (std::string& value : values)
+        value.resize(value.size() - (value.starts_with('[') ? 1 : 0));
+    return values;
+}
+
 int runParsed(const std::string& command, const Arguments& arguments, const Face& face) {
     if (command == "identify")
         return identify(face, makeOptions(arguments), arguments.isJson);
     if (command == "connect")
         return stayConnected(face, makeOptions(arguments), arguments.isJson);
+    if (command == "call")
+        return runCall(face, makePlainOptions(arguments),
+                       readCall(arguments.signature, restoreLists(arguments.values)));
+    if (command == "serve") {
+        ServeOptions serving = arguments.serving;
+        serving.files = restoreLists(serving.files);
+        return runServe(face, makePlainOptions(arguments), serving);
+    }
     const DebugOptions options = makeDebugOptions(arguments);
     if (command == "events")
         return followEvents(face, options);
@@ -190,9 +260,16 @@ int parseAndRun(const std::vector<std::string>& words, const Face& face) {
     connectCommand->add_flag("--once,--no-reconnect", arguments.isOnce, "End when the host goes or is not there");
     addQuestions(app, arguments);
     addDebugCommands(app, arguments);
+    addCall(app, arguments);
+    addServe(app, arguments);
     try {
-        app.parse(std::vector<std::string>(words.rbegin(), words.rend())); // it takes them from the end
+        std::vector<std::string> reversed(words.rbegin(), words.rend()); // it takes them from the end
+        app.parse(words.empty() || (words.front() != "call" && words.front() != "serve") ? reversed
+                                                                                         : keepLists(reversed));
         return runParsed(app.get_subcommands().front()->get_name(), arguments, face);
+    } catch (const CommandFailure& failure) {
+        face.tellShown(failure.what());
+        return failure.getExitCode();
     } catch (const CLI::Success& help) {
         return app.exit(help, face.out, face.err);
     } catch (const CLI::ParseError& error) {

@@ -1,5 +1,6 @@
 #include "tool/cli/debugcommands.h"
 
+#include "tool/cli/callactions.h"
 #include "tool/cli/commandactions.h"
 
 #include <algorithm>
@@ -37,14 +38,7 @@ void wait(Debugger& debugger, Words& words) {
     const std::string kind(words.take());
     const std::string_view text = words.take();
     expectEnd(words);
-    double seconds = -1;
-    if (!text.empty()) {
-        const auto result = std::from_chars(text.data(), text.data() + text.size(), seconds);
-        if (result.ec != std::errc() || result.ptr != text.data() + text.size() ||
-            !(seconds >= 0 && seconds <= 1000000))
-            throw CommandFailure(EXIT_USAGE, "the time has to be from 0 to 1000000 seconds");
-    }
-    debugger.waitFor(kind, seconds);
+    debugger.waitFor(kind, text.empty() ? -1 : readSeconds(text, 1000000));
     debugger.answer("done", {{"command", "wait"}, {"kind", kind}}, {});
 }
 
@@ -64,13 +58,17 @@ constexpr Command cCommands[] = {
     {"break", "breakpoint PATH on|off", "holds at the breakpoint, when its condition is true", &setBreak},
     {"break", "client", "holds at every breakpoint, until \"continue\"", &setBreak},
     {"condition", "PATH [TEXT]", "gives a breakpoint a condition; without a text, takes it away", &setCondition},
+    {"call", "[--timeout SECONDS] SIGNATURE VALUE...", "has the host call a function: call add(int32, int32) 3 4",
+     &callFunction},
+    {"serve", "[ID:][NAME=]FILE", "lets the host read a file of this machine as a stream", &serveFile},
+    {"unserve", "ID", "ends that", &withdrawFile},
     {"events", "on|off", "whether registrations and removals are printed", &switchEvents},
     {"step", "[--instance] [--type NAME]", "lets go until the next breakpoint; of the instance; of the type",
      &makeStep},
     {"continue", "", "lets go", &letGo},
     {"history", "PATH", "what an instance has passed", &showHistory},
     {"takeover", "", "takes the module from the tool that has it", &takeOver},
-    {"wait", "hold|registration|removal|takeover|shutdown [SECONDS]", "until that has come", &wait},
+    {"wait", "hold|registration|removal|takeover|shutdown|answer|read [SECONDS]", "until that has come", &wait},
     {"help", "", "this list", &showHelp},
     {"quit", "", "leaves the host", &quit},
 };

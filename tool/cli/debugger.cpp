@@ -15,7 +15,7 @@ namespace {
 /// How soon the program notices that it is to stop: a signal does not end the wait for the network.
 constexpr int32 cStepMicroseconds = 100000;
 
-constexpr const char* cKinds[] = {"hold", "registration", "removal", "takeover", "shutdown"};
+constexpr const char* cKinds[] = {"hold", "registration", "removal", "takeover", "shutdown", "answer", "read"};
 
 SessionOptions withoutReturn(SessionOptions options) {
     // A host has forgotten by then what the tool has told it.
@@ -27,7 +27,7 @@ SessionOptions withoutReturn(SessionOptions options) {
 
 Debugger::Debugger(const Face& face, const DebugOptions& options)
     : EventPrinter(face, withoutReturn(options.session), options.isJson), mOptions(options),
-      mModule(options.moduleName + ':' + std::to_string(options.moduleVersion)),
+      mModule(options.moduleName.empty() ? "" : options.moduleName + ':' + std::to_string(options.moduleVersion)),
       mClient(withoutReturn(options.session), *this) {}
 
 void Debugger::connect() {
@@ -102,9 +102,15 @@ void Debugger::failWithout(const std::string& problem) const {
 }
 
 void Debugger::stepOnce() {
+    stepFor(1);
+}
+
+/// Waits for a moment, but no longer than that.
+void Debugger::stepFor(double secondsLeft) {
     if (getFace().isStopWanted())
         throw CommandFailure(EXIT_LOST, getHost() + ": interrupted before the host has answered");
-    if (!mClient.getSession().step(cStepMicroseconds))
+    const double step = std::min<double>(secondsLeft * 1e6 + 1, cStepMicroseconds);
+    if (!mClient.getSession().step(static_cast<int32>(step)))
         failUnconnected();
 }
 
@@ -114,12 +120,21 @@ void Debugger::failUnconnected() const {
 
 void Debugger::waitFor(const std::string& kind, double seconds) {
     if (std::find(std::begin(cKinds), std::end(cKinds), kind) == std::end(cKinds))
-        throw CommandFailure(EXIT_USAGE, "there are no events " + quote(kind) +
-                                             "; there are hold, registration, removal, takeover, shutdown");
+        throw CommandFailure(EXIT_USAGE,
+                             "there are no events " + quote(kind) +
+                                 "; there are hold, registration, removal, takeover, shutdown, answer, read");
     const uint64 begin = getMicroseconds();
-    const auto hasCome = [&] { return kind == "hold" ? mClient.isHeld() : mUnseen[kind] != 0; };
+    const auto hasCome = [&] {
+        if (kind == "answer")
+            return mClient.getCalls().countOpen() == 0;
+        if (kind == "read")
+            return isAllRead();
+        return kind == "hold" ? mClient.isHeld() : mUnseen[kind] != 0;
+    };
     while (!hasCome()) {
-        if (!mClient.isAttached())
+        if (kind == "read" && !isServing())
+            throw CommandFailure(EXIT_USAGE, "no file is served");
+        if (!mClient.isAttached() && kind != "answer" && kind != "read")
             throw CommandFailure(EXIT_LOST, "no " + kind + " can come: " + mLoss);
         int32 step = cStepMicroseconds;
         if (seconds >= 0) {
@@ -151,12 +166,15 @@ bool Debugger::idle() {
 }
 
 Json Debugger::withModule(const Json& details) const {
-    Json object = {{"address", getHost()}, {"module", mModule}};
+    Json object = {{"address", getHost()}};
+    if (!mModule.empty())
+        object["module"] = mModule;
     object.update(details);
     return object;
 }
 
 void Debugger::answer(const char* event, const Json& details, const std::vector<std::string>& lines) const {
+    clearProgress();
     if (isJson()) {
         Json object = {{"event", event}};
         object.update(withModule(details));
@@ -182,6 +200,7 @@ void Debugger::print(const char* event, const Json& details, const std::string& 
     constexpr std::string_view cEnds[] = {"refused", "unreachable", "lost", "protocolError"};
     if (mOptions.isQuiet && std::find(std::begin(cEnds), std::end(cEnds), event) == std::end(cEnds))
         return;
+    clearProgress();
     if (mIsPrompting)
         getFace().out << '\r';
     EventPrinter::print(event, details, text);
@@ -240,6 +259,7 @@ void Debugger::onRemoved(ElementID element) {
 }
 
 void Debugger::onHold(const BreakpointState& state) {
+    ++mNumHolds;
     // From the first one on it is known what is held.
     mHasTakenOver = false;
     printEvent("hold", jsonOfEntry(getModel(), state.instanceID, state.entry), linesOfHold(getModel(), state));

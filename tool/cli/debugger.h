@@ -5,6 +5,7 @@
 #include "tool/cli/exitcode.h"
 #include "tool/cli/lineinput.h"
 #include "tool/client/moduleclient.h"
+#include "tool/client/servedfile.h"
 
 #include <map>
 #include <memory>
@@ -18,10 +19,14 @@ struct DebugOptions {
     Common::uint32 moduleVersion = 1;
     bool isTakingOver = false;
     bool isJson = false;
-    bool isQuiet = false; ///< prints what is asked for, and no events
+    bool isQuiet = false;                  ///< prints what is asked for, and no events
+    bool showsProgress = false;            ///< of files that the host reads
+    std::optional<double> progressSeconds; ///< how often; without, as often as suits who reads it
+    double callSeconds = 10;               ///< for a function of the host to return
 };
 
-/// One stay with a module of a host: asks and waits for the answers, and prints the events that come meanwhile.
+/// One stay with a module of a host, or with none: asks and waits for the answers, and prints the events that come
+/// meanwhile.
 ///
 /// What fails throws `CommandFailure`.
 class Debugger : public EventPrinter {
@@ -51,6 +56,23 @@ public:
             refuse(reply.code, reply.text);
         return reply;
     }
+    /// Has the host call a function, prints what it returns, and returns that. Null when a thread is held meanwhile:
+    /// the call may wait for it, and the answer is printed when it comes. Fails when no answer comes within the time.
+    std::optional<CallReply> call(const Call& request, double seconds);
+    double getCallSeconds() const noexcept { return mOptions.callSeconds; }
+    /// Announces the file to the host, which reads it as a stream from then on, whatever else is done. Fails when the
+    /// host refuses.
+    void serve(ServedFile opened);
+    /// Not below the first one.
+    Common::uint32 getFreeStreamID(Common::uint32 first) const;
+    /// Ends that. Fails when there is no such stream.
+    void withdraw(Common::uint32 id);
+    /// Ends all of it, and tells what was read.
+    void endServing();
+    bool isServing() const noexcept { return !mFiles.empty(); }
+    bool isAllRead() const noexcept;
+    /// How many files could not be served any more.
+    unsigned int countWithdrawn() const noexcept { return mNumWithdrawn; }
     /// Waits until the host is past all that was sent.
     void catchUp();
     /// Fails when something was not sent.
@@ -78,12 +100,25 @@ protected:
     void print(const char* event, const Json& details, const std::string& text) override;
 
 private:
+    struct Served {
+        ServedFile file;
+        Common::uint64 toldSent = 0; ///< what was sent when it was told what was read
+        bool isTold = false;
+    };
+
     void onAttached() override;
     void onTakenOver(const ModuleDisconnectForced& message) override;
     void onShutdown() override;
     void onRegistered(ElementID element) override;
     void onRemoved(ElementID element) override;
     void onHold(const BreakpointState& state) override;
+    void onCallReply(const CallReply& reply, const CallBook::Match& match) override;
+
+    void onDataRequest(const StreamDataRequest& request) override;
+    void deregister(Common::uint32 id);
+    void tellReading(Served& served);
+    void showProgress(const Served& served);
+    void clearProgress() const;
 
     template <class Request>
     typename Request::Reply askAnyway(const Request& request) {
@@ -113,15 +148,25 @@ private:
     [[noreturn]] void failWithout(const std::string& problem) const;
     [[noreturn]] void failUnconnected() const;
     void stepOnce();
+    void stepFor(double secondsLeft);
     /// With what all lines about the module have in front.
     Json withModule(const Json& details) const;
     void printEvent(const char* event, const Json& details, const std::vector<std::string>& lines);
 
     DebugOptions mOptions;
-    std::string mModule; ///< "world:1"
+    std::string mModule; ///< "world:1"; empty without one
     ModuleClient mClient;
     std::map<std::string, unsigned int> mUnseen; ///< events by kind
     std::string mLoss;
+    std::optional<CallNumber> mAwaited; ///< the call that a command waits for
+    std::optional<CallReply> mReturned; ///< its answer
+    unsigned int mNumHolds = 0;
+    std::map<Common::uint32, Served> mFiles; ///< by the ids that the host knows
+    unsigned int mNumWithdrawn = 0;
+    unsigned int mNumDeregistering = 0; ///< that the host has not answered yet
+    unsigned int mNumBadRequests = 0;
+    Common::uint64 mLastProgress = 0;        ///< in microseconds
+    mutable std::size_t mProgressLength = 0; ///< of a line that a terminal shows and that is to go
     bool mHasTakenOver = false;
     bool mShowsRegistrations = true;
     bool mHasQuit = false;

@@ -1,9 +1,11 @@
 #include "tool/cli/debugsession.h"
 
+#include "tool/cli/commandactions.h"
 #include "tool/cli/debugcommands.h"
 #include "tool/cli/words.h"
 
 #include <functional>
+#include <set>
 
 namespace Tarq::Tool {
 
@@ -54,9 +56,11 @@ public:
             return false;
         }
     }
+    bool connect() {
+        return attempt(mName, "", [this] { mDebugger.connect(); });
+    }
     bool begin(bool isTakingOver) {
-        return attempt(mName, "", [this] { mDebugger.connect(); }) &&
-               attempt(mName, "", [this, isTakingOver] { mDebugger.attach(isTakingOver); });
+        return connect() && attempt(mName, "", [this, isTakingOver] { mDebugger.attach(isTakingOver); });
     }
     bool command(const std::string& line) {
         const std::string name = briefly(Words(line).take());
@@ -80,6 +84,21 @@ private:
     std::string mName;
     int mExitCode = EXIT_FINE;
 };
+
+/// Those that have an id of their own keep it.
+std::vector<ServedFile> openAll(const ServeOptions& serving) {
+    std::vector<ServedFile> files;
+    std::set<uint32> taken;
+    uint32 next = serving.firstID;
+    for (const std::string& text : serving.files) {
+        files.push_back(openServed(text, next));
+        const uint32 id = files.back().getID();
+        if (!taken.insert(id).second)
+            throw CommandFailure(EXIT_USAGE, printable(text) + ": another file has the id " + std::to_string(id));
+        next += id == next;
+    }
+    return files;
+}
 
 /// Lines that come while the session waits for them.
 class Typed {
@@ -119,6 +138,31 @@ int runOnce(const Face& face, DebugOptions options, const std::string& line) {
     if (run.begin(options.isTakingOver))
         run.attempt(name, "", [&] { runCommand(run.getDebugger(), line); });
     return run.getExitCode();
+}
+
+int runCall(const Face& face, DebugOptions options, const TypedCall& call) {
+    options.isQuiet = true;
+    Run run(face, options, "call");
+    if (run.connect())
+        run.attempt("call", "", [&] { callFunction(run.getDebugger(), call, options.callSeconds); });
+    return run.getExitCode();
+}
+
+int runServe(const Face& face, DebugOptions options, const ServeOptions& serving) {
+    std::vector<ServedFile> files = openAll(serving);
+    options.showsProgress = true;
+    Run run(face, options, "serve");
+    Debugger& debugger = run.getDebugger();
+    bool isFine = run.connect();
+    for (ServedFile& file : files)
+        isFine = isFine && run.attempt("serve", std::string(file.getPath()), [&] { debugger.serve(std::move(file)); });
+    while (isFine && run.goesOn() && debugger.isServing() && (serving.keepsServing || !debugger.isAllRead())) {
+        if (!debugger.idle())
+            run.tellEnd();
+    }
+    debugger.endServing();
+    const int exitCode = run.getExitCode();
+    return exitCode == EXIT_FINE && debugger.countWithdrawn() != 0 ? static_cast<int>(EXIT_INTERNAL) : exitCode;
 }
 
 int followEvents(const Face& face, const DebugOptions& options) {

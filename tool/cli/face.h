@@ -17,6 +17,7 @@ struct Face {
     std::ostream& err; ///< messages
     bool (*isStopWanted)();
     System::InputHandle input = System::getStandardInput(); ///< commands
+    bool isWatched = false;                                 ///< by a person, who sees the messages on a terminal
 
     /// One result. Whoever reads them from a pipe sees it at once.
     void print(std::string_view line) const { out << line << std::endl; }

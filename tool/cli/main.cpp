@@ -41,7 +41,7 @@ int runWithNetwork(const std::vector<std::string>& arguments, const Face& face) 
 int main(int argc, char** argv) {
     if (!System::fillStandardStreams())
         return EXIT_INTERNAL;
-    const Face face{std::cout, std::cerr, &System::isStopWanted};
+    const Face face{std::cout, std::cerr, &System::isStopWanted, System::getStandardInput(), System::isErrorTerminal()};
     System::catchStopSignals();
     try {
         const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);

@@ -2,6 +2,7 @@
 
 #include "tool/client/field.h"
 #include "tool/client/messageid.h"
+#include "tool/client/plainreply.h"
 #include "tool/client/registrations.h"
 #include "tool/client/variablemessages.h"
 
@@ -34,25 +35,9 @@ struct BreakClient {
     static constexpr auto fields() { return std::tuple(); }
 };
 
-struct BreakInstanceReply {
-    static constexpr MessageID cID = replyTo(MessageID::MESSAGE_BREAK_OBJECT_INSTANCE);
-
-    Common::uint32 moduleID = 0;
-    Common::uint32 instanceID = 0;
-    bool newValue = false;
-    Common::uint8 code = 0;
-    Common::String text;
-
-    static constexpr auto fields() {
-        using Self = BreakInstanceReply;
-        return std::tuple(Field{"moduleID", &Self::moduleID}, Field{"objectInstanceID", &Self::instanceID},
-                          Field{"newValue", &Self::newValue}, Field{"code", &Self::code}, Field{"text", &Self::text});
-    }
-};
-
 /// Holds at every breakpoint that the instance enters.
 struct BreakInstance {
-    using Reply = BreakInstanceReply;
+    using Reply = PlainReply<BreakInstance>;
     static constexpr MessageID cID = MessageID::MESSAGE_BREAK_OBJECT_INSTANCE;
     static constexpr std::size_t cIdentifyingFields = 3;
 
@@ -67,25 +52,9 @@ struct BreakInstance {
     }
 };
 
-struct SetBreakpointReply {
-    static constexpr MessageID cID = replyTo(MessageID::MESSAGE_SET_BREAKPOINT);
-
-    Common::uint32 moduleID = 0;
-    Common::uint32 breakpointID = 0;
-    bool newValue = false;
-    Common::uint8 code = 0;
-    Common::String text;
-
-    static constexpr auto fields() {
-        using Self = SetBreakpointReply;
-        return std::tuple(Field{"moduleID", &Self::moduleID}, Field{"breakpointInstanceID", &Self::breakpointID},
-                          Field{"newValue", &Self::newValue}, Field{"code", &Self::code}, Field{"text", &Self::text});
-    }
-};
-
 /// Holds at a breakpoint, when its condition is true or it has none.
 struct SetBreakpoint {
-    using Reply = SetBreakpointReply;
+    using Reply = PlainReply<SetBreakpoint>;
     static constexpr MessageID cID = MessageID::MESSAGE_SET_BREAKPOINT;
     static constexpr std::size_t cIdentifyingFields = 3;
 
@@ -100,23 +69,8 @@ struct SetBreakpoint {
     }
 };
 
-struct SetConditionReply {
-    static constexpr MessageID cID = replyTo(MessageID::MESSAGE_SET_CONDITION);
-
-    Common::uint32 moduleID = 0;
-    Common::uint32 breakpointID = 0;
-    Common::uint8 code = 0;
-    Common::String text;
-
-    static constexpr auto fields() {
-        using Self = SetConditionReply;
-        return std::tuple(Field{"moduleID", &Self::moduleID}, Field{"breakpointInstanceID", &Self::breakpointID},
-                          Field{"code", &Self::code}, Field{"text", &Self::text});
-    }
-};
-
 struct SetCondition {
-    using Reply = SetConditionReply;
+    using Reply = PlainReply<SetCondition>;
     static constexpr MessageID cID = MessageID::MESSAGE_SET_CONDITION;
     static constexpr std::size_t cIdentifyingFields = 2;
 

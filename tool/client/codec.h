@@ -30,6 +30,15 @@ public:
         }
         (std::make_index_sequence<Count>());
     }
+    /// The first `Count` fields; as `read`.
+    template <std::size_t Count, class Message>
+    static bool readFirst(FieldReader& reader, Message& message) {
+        constexpr auto cFields = Message::fields();
+        return [&]<std::size_t... Index>(std::index_sequence<Index...>) {
+            return (readField(reader, message, std::get<Index>(cFields)) && ...);
+        }
+        (std::make_index_sequence<Count>());
+    }
     /// False, with a problem in the reader, when the fields are not there.
     template <class Message>
     static bool read(FieldReader& reader, Message& message) {
@@ -45,6 +54,10 @@ private:
     template <class Message, class Part>
     static void writeField(Builder& builder, const Message& message, const Inlined<Message, Part>& part) {
         write(builder, message.*part.member);
+    }
+    template <class Message, class Request>
+    static void writeField(Builder& builder, const Message& message, const Identifying<Message, Request>& part) {
+        writeFirst<Request::cIdentifyingFields>(builder, message.*part.member);
     }
     template <class Message, class Element>
     static void writeField(Builder& builder, const Message& message, const Rows<Message, Element>& rows) {
@@ -63,6 +76,11 @@ private:
         };
         std::apply([&](const auto&... field) { (writeColumn(field), ...); }, Element::fields());
     }
+    template <class Message, class Bytes>
+    static void writeField(Builder& builder, const Message& message, const Rest<Message, Bytes>& rest) {
+        const Bytes& bytes = message.*rest.member;
+        builder.getStream()->write(bytes.data(), bytes.size());
+    }
     template <class Message, class Described>
     static void writeField(Builder& builder, const Message& message, const OnSuccess<Described>& field) {
         if (message.code == 0)
@@ -76,6 +94,10 @@ private:
     template <class Message, class Part>
     static bool readField(FieldReader& reader, Message& message, const Inlined<Message, Part>& part) {
         return read(reader, message.*part.member);
+    }
+    template <class Message, class Request>
+    static bool readField(FieldReader& reader, Message& message, const Identifying<Message, Request>& part) {
+        return readFirst<Request::cIdentifyingFields>(reader, message.*part.member);
     }
     template <class Message, class Element>
     static bool readField(FieldReader& reader, Message& message, const Rows<Message, Element>& rows) {
@@ -105,6 +127,11 @@ private:
             return true;
         };
         return std::apply([&](const auto&... field) { return (readColumn(field) && ...); }, Element::fields());
+    }
+    template <class Message, class Bytes>
+    static bool readField(FieldReader& reader, Message& message, const Rest<Message, Bytes>& rest) {
+        reader.takeRest(message.*rest.member);
+        return true;
     }
     template <class Message, class Described>
     static bool readField(FieldReader& reader, Message& message, const OnSuccess<Described>& field) {

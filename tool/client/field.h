@@ -23,6 +23,14 @@ struct Inlined {
 template <class Message, class Part>
 Inlined(Part Message::*) -> Inlined<Message, Part>;
 
+/// Of the fields of a request, those by which its answer is known.
+template <class Message, class Request>
+struct Identifying {
+    Request Message::*member;
+};
+template <class Message, class Request>
+Identifying(Request Message::*) -> Identifying<Message, Request>;
+
 /// How many elements there are, a uint32, and then their fields, element by element.
 template <class Message, class Element>
 struct Rows {
@@ -40,6 +48,14 @@ struct Columns {
 };
 template <class Message, class Element>
 Columns(const char*, std::vector<Element> Message::*) -> Columns<Message, Element>;
+
+/// The bytes that are left, as they stand: items that no list describes. The last field.
+template <class Message, class Bytes>
+struct Rest {
+    Bytes Message::*member;
+};
+template <class Message, class Bytes>
+Rest(Bytes Message::*) -> Rest<Message, Bytes>;
 
 /// A field that is there only when the message's `code` is 0.
 template <class Described>

@@ -17,6 +17,11 @@ String nameOfTag(StreamIDs tag) {
 
 FieldReader::FieldReader(Memory::MemoryStream& message) : mMessage(message), mReader(&message, false) {}
 
+void FieldReader::takeRest(Container::Vector<uint8>& bytes) {
+    bytes.resizeForOverwrite(static_cast<uint32>(bytesLeft()));
+    mMessage.read(bytes.data(), bytes.size());
+}
+
 bool FieldReader::finish() {
     if (bytesLeft() == 0)
         return true;

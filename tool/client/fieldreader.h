@@ -26,6 +26,8 @@ public:
         return takeTag(field, getStreamID<T>()) && (hasBody<T>() || reportCutOff(field)) && mReader.read(value);
     }
 
+    /// Takes the bytes that are left.
+    void takeRest(Common::Container::Vector<Common::uint8>& bytes);
     /// Whether nothing is left; a problem otherwise.
     bool finish();
 

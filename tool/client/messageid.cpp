@@ -15,7 +15,7 @@ bool isTypeOf(MessageID type, uint32 id) noexcept {
 
 const MessageKind* findMessageKind(uint32 id) noexcept {
     for (const MessageKind& kind : cMessageKinds) {
-        if (isTypeOf(kind.id, id) || (kind.answering == ANSWER_REPLY && isTypeOf(replyTo(kind.id), id)))
+        if (isTypeOf(kind.id, id) || (kind.answering != ANSWER_NONE && isTypeOf(replyTo(kind.id), id)))
             return &kind;
     }
     return nullptr;

@@ -46,6 +46,7 @@ static_assert(replyTo(MessageID::MESSAGE_IDENTITY) == MessageID::MESSAGE_IDENTIT
 enum Answering : Common::uint8 {
     ANSWER_NONE,  ///< a notification of the host, or a request that is done in silence
     ANSWER_REPLY, ///< a request with a reply
+    ANSWER_LATER, ///< the same, but the reply comes when it comes, or never: the host goes on with other requests
 };
 
 /// What is known of a type of messages.
@@ -77,14 +78,14 @@ inline constexpr MessageKind cMessageKinds[] = {
     {MessageID::MESSAGE_CONTINUE, ANSWER_NONE, "continue"},
     {MessageID::MESSAGE_SET_WATCH, ANSWER_REPLY, "set watch"},
     {MessageID::MESSAGE_MODULE_SHUTDOWN, ANSWER_NONE, "module shutdown"},
-    {MessageID::MESSAGE_CALL, ANSWER_REPLY, "remote procedure call"},
+    {MessageID::MESSAGE_CALL, ANSWER_LATER, "remote procedure call"},
     {MessageID::MESSAGE_REGISTER_STREAM, ANSWER_REPLY, "register network stream"},
     {MessageID::MESSAGE_REQUEST_STREAM_DATA, ANSWER_NONE, "network stream data request"},
     {MessageID::MESSAGE_STREAM_DATA, ANSWER_NONE, "network stream data"},
     {MessageID::MESSAGE_DEREGISTER_STREAM, ANSWER_REPLY, "deregister network stream"},
 };
 
-/// Whether a request of that type is answered.
+/// Whether a request of that type is answered in its turn.
 constexpr bool hasReply(MessageID request) noexcept {
     for (const MessageKind& kind : cMessageKinds) {
         if (kind.id == request)

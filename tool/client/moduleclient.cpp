@@ -1,5 +1,7 @@
 #include "tool/client/moduleclient.h"
 
+#include "tool/client/quoting.h"
+
 #include <utility>
 
 namespace Tarq::Tool {
@@ -33,6 +35,12 @@ void ModuleClient::attach(const ConnectModule& request, const Done<ConnectModule
             done({last.reply ? &reply : nullptr, last.problem});
         });
     });
+}
+
+std::optional<CallNumber> ModuleClient::call(const Call& request) {
+    if (mSession.send(request) == cNoTicket)
+        return std::nullopt;
+    return mCalls.add(request.name);
 }
 
 bool ModuleClient::breakClient() {
@@ -72,6 +80,7 @@ void ModuleClient::mark() {
 void ModuleClient::onFailure(const Failure& failure) {
     leave();
     mBreaks = false;
+    mCalls.clear();
     // Whoever asked may ask again.
     const std::map<Ticket, Pending> pending = std::exchange(mPending, {});
     for (const auto& [ticket, done] : pending)
@@ -99,6 +108,8 @@ bool ModuleClient::onMessage(uint32 id, Ticket ticket, FieldReader& reader) {
         {ObjectInstanceRegistration::cID, &ModuleClient::read<ObjectInstanceRegistration>},
         {ObjectInstanceUnregistration::cID, &ModuleClient::read<ObjectInstanceUnregistration>},
         {ModuleShutdown::cID, &ModuleClient::read<ModuleShutdown>},
+        {CallReply::cID, &ModuleClient::read<CallReply>},
+        {StreamDataRequest::cID, &ModuleClient::read<StreamDataRequest>},
     };
     for (const Reading& reading : cReadings) {
         if (static_cast<uint32>(reading.id) == id) {
@@ -119,13 +130,18 @@ bool ModuleClient::onMessage(uint32 id, Ticket ticket, FieldReader& reader) {
 template <class Message>
 void ModuleClient::read(FieldReader& reader) {
     Message message;
-    if (!decode(reader, message))
+    if (!decode(reader, message)) {
         report(nameOfMessage(static_cast<uint32>(Message::cID)).c_str(), std::string(reader.getProblem().view()));
-    else if (mStage == STAGE_NONE || message.moduleID != mModel.getModuleID())
-        report(nameOfMessage(static_cast<uint32>(Message::cID)).c_str(),
-               "module " + std::to_string(message.moduleID) + " is not connected");
-    else
-        handle(message);
+        return;
+    }
+    if constexpr (requires { message.moduleID; }) {
+        if (mStage == STAGE_NONE || message.moduleID != mModel.getModuleID()) {
+            report(nameOfMessage(static_cast<uint32>(Message::cID)).c_str(),
+                   "module " + std::to_string(message.moduleID) + " is not connected");
+            return;
+        }
+    }
+    handle(message);
 }
 
 void ModuleClient::report(const char* what, const std::string& problem) {
@@ -151,6 +167,14 @@ void ModuleClient::handle(const ModuleDisconnectForced& message) {
 void ModuleClient::handle(const ModuleShutdown&) {
     leave();
     mListener.onShutdown();
+}
+
+void ModuleClient::handle(const CallReply& reply) {
+    const std::optional<CallBook::Match> match = mCalls.answer(reply.name);
+    if (match)
+        mListener.onCallReply(reply, *match);
+    else
+        report("remote procedure call reply", "nobody has called " + quote(reply.name.view()));
 }
 
 void ModuleClient::handle(const ObjectTypeUnregistration& message) {

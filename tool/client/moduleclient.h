@@ -1,10 +1,12 @@
 #pragma once
 
+#include "tool/client/callbook.h"
 #include "tool/client/modulelistener.h"
 #include "tool/client/session.h"
 
 #include <functional>
 #include <map>
+#include <optional>
 
 namespace Tarq::Tool {
 
@@ -63,6 +65,11 @@ public:
         };
     }
 
+    /// Has the host call a function, of the module or not; the listener hears the answer, if there is one. Returns the
+    /// call's number; none without a connection.
+    std::optional<CallNumber> call(const Call& request);
+    CallBook& getCalls() noexcept { return mCalls; }
+
     // Not answered. False without a connection.
 
     /// Once, until `letGo`: a host wants to hear it no more often.
@@ -99,6 +106,8 @@ private:
     void handle(const ObjectInstanceRegistration& registration) {
         add(ELEMENT_INSTANCE, registration.instanceID, registration);
     }
+    void handle(const CallReply& reply);
+    void handle(const StreamDataRequest& request) { mListener.onDataRequest(request); }
     void handle(const ObjectTypeUnregistration& message);
     void handle(const ObjectInstanceUnregistration& message);
 
@@ -116,6 +125,7 @@ private:
     Common::uint32 mNumMarks = 0; ///< that the host has not come to yet
     bool mBreaks = false;         ///< at every breakpoint; beyond the module
     std::map<Ticket, Pending> mPending;
+    CallBook mCalls;
 };
 
 } // namespace Tarq::Tool

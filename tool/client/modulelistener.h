@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tool/client/callbook.h"
 #include "tool/client/modulemodel.h"
 #include "tool/client/sessionlistener.h"
 
@@ -21,6 +22,13 @@ public:
     virtual void onRemoved(ElementID) {}
     /// A thread of the host is held, or was: `ModuleClient::isHeld` knows whether it was let go since.
     virtual void onHold(const BreakpointState&) {}
+
+    // Beyond the module.
+
+    /// A call has been answered.
+    virtual void onCallReply(const CallReply&, const CallBook::Match&) {}
+    /// A thread of the host waits for bytes of a stream.
+    virtual void onDataRequest(const StreamDataRequest&) {}
 };
 
 } // namespace Tarq::Tool

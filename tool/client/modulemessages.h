@@ -2,6 +2,7 @@
 
 #include "tool/client/field.h"
 #include "tool/client/messageid.h"
+#include "tool/client/plainreply.h"
 
 #include "common/string.h"
 #include "common/types.h"
@@ -60,21 +61,8 @@ struct ConnectModule {
     }
 };
 
-struct DisconnectModuleReply {
-    static constexpr MessageID cID = replyTo(MessageID::MESSAGE_DISCONNECT_MODULE);
-
-    Common::uint32 moduleID = 0;
-    Common::uint8 code = 0;
-    Common::String text;
-
-    static constexpr auto fields() {
-        return std::tuple(Field{"moduleID", &DisconnectModuleReply::moduleID},
-                          Field{"code", &DisconnectModuleReply::code}, Field{"text", &DisconnectModuleReply::text});
-    }
-};
-
 struct DisconnectModule {
-    using Reply = DisconnectModuleReply;
+    using Reply = PlainReply<DisconnectModule>;
     static constexpr MessageID cID = MessageID::MESSAGE_DISCONNECT_MODULE;
     static constexpr std::size_t cIdentifyingFields = 1;
 

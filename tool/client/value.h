@@ -31,6 +31,8 @@ std::string textOfValue(const Bytes& item);
 
 /// Reads a text as a value of that type. Returns what is wrong with it; empty when nothing is.
 std::string parseValue(StreamIDs type, std::string_view text, Bytes& item);
+/// The same for the beginning of the text, which is taken from it.
+std::string takeValue(StreamIDs type, std::string_view& text, Bytes& item);
 
 /// Calls `visit.template operator()<T>()` for the type with that tag. False when there is none.
 template <class Visit>

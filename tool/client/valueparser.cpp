@@ -80,6 +80,7 @@ public:
         return mLeft.empty() || fail({}, "something follows the value");
     }
 
+    std::string_view getRest() const noexcept { return mLeft; }
     const std::string& getProblem() const noexcept { return mProblem; }
 
 private:
@@ -135,14 +136,11 @@ private:
     std::string mProblem;
 };
 
-} // namespace
-
-std::string parseValue(StreamIDs type, std::string_view text, Bytes& item) {
-    ValueParser parser(text);
+std::string readValue(StreamIDs type, ValueParser& parser, bool isWhole, Bytes& item) {
     Memory::MemoryStream stream("value", 256);
     const bool isKnown = visitType(type, [&]<class T>() {
         T value = makeValue<T>();
-        if (parser.parse(value) && parser.finish())
+        if (parser.parse(value) && (!isWhole || parser.finish()))
             Network::Message::MessageBuilder(&stream, true).write(value);
     });
     if (!isKnown)
@@ -153,6 +151,20 @@ std::string parseValue(StreamIDs type, std::string_view text, Bytes& item) {
     stream.seek(0, IO::Stream::SORIGIN_BEGIN);
     stream.read(item.data(), item.size());
     return {};
+}
+
+} // namespace
+
+std::string parseValue(StreamIDs type, std::string_view text, Bytes& item) {
+    ValueParser parser(text);
+    return readValue(type, parser, true, item);
+}
+
+std::string takeValue(StreamIDs type, std::string_view& text, Bytes& item) {
+    ValueParser parser(text);
+    std::string problem = readValue(type, parser, false, item);
+    text = parser.getRest();
+    return problem;
 }
 
 } // namespace Tarq::Tool

@@ -2,6 +2,7 @@
 
 #include "tool/client/field.h"
 #include "tool/client/messageid.h"
+#include "tool/client/plainreply.h"
 
 #include "common/container/vector.h"
 #include "common/library.h"
@@ -54,25 +55,8 @@ struct GetVariable {
     }
 };
 
-struct SetVariableReply {
-    static constexpr MessageID cID = replyTo(MessageID::MESSAGE_SET_VARIABLE);
-
-    Common::uint32 moduleID = 0;
-    Common::uint32 instanceID = 0;
-    Common::uint32 variableID = 0;
-    Common::uint8 code = 0;
-    Common::String text;
-
-    static constexpr auto fields() {
-        using Self = SetVariableReply;
-        return std::tuple(Field{"moduleID", &Self::moduleID}, Field{"objInstanceID", &Self::instanceID},
-                          Field{"variableID", &Self::variableID}, Field{"code", &Self::code},
-                          Field{"text", &Self::text});
-    }
-};
-
 struct SetVariable {
-    using Reply = SetVariableReply;
+    using Reply = PlainReply<SetVariable>;
     static constexpr MessageID cID = MessageID::MESSAGE_SET_VARIABLE;
     static constexpr std::size_t cIdentifyingFields = 3;
 
@@ -87,27 +71,9 @@ struct SetVariable {
     }
 };
 
-struct SetWatchReply {
-    static constexpr MessageID cID = replyTo(MessageID::MESSAGE_SET_WATCH);
-
-    Common::uint32 moduleID = 0;
-    Common::uint32 instanceID = 0;
-    Common::uint32 variableID = 0;
-    bool newFlag = false;
-    Common::uint8 code = 0;
-    Common::String text;
-
-    static constexpr auto fields() {
-        using Self = SetWatchReply;
-        return std::tuple(Field{"moduleID", &Self::moduleID}, Field{"objInstanceID", &Self::instanceID},
-                          Field{"variableID", &Self::variableID}, Field{"newFlag", &Self::newFlag},
-                          Field{"code", &Self::code}, Field{"text", &Self::text});
-    }
-};
-
 /// A variable that is watched is in every entry of its instance's history.
 struct SetWatch {
-    using Reply = SetWatchReply;
+    using Reply = PlainReply<SetWatch>;
     static constexpr MessageID cID = MessageID::MESSAGE_SET_WATCH;
     static constexpr std::size_t cIdentifyingFields = 4;
 

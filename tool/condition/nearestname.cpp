@@ -13,8 +13,8 @@ namespace {
 /// Names are compared up to here: nobody sees a difference further behind.
 constexpr std::size_t cMostCompared = 64;
 
-/// How many characters have to be put in, taken out or replaced to make one name of the other. One that is but in
-/// another case counts half.
+} // namespace
+
 uint32 distanceOf(std::string_view a, std::string_view b) noexcept {
     a = a.substr(0, cMostCompared);
     b = b.substr(0, cMostCompared);
@@ -35,8 +35,6 @@ uint32 distanceOf(std::string_view a, std::string_view b) noexcept {
     }
     return row[b.size()];
 }
-
-} // namespace
 
 const ConditionVariable* findNearestName(std::string_view name, const Container::Vector<ConditionVariable>& variables) {
     const ConditionVariable* nearest = nullptr;

@@ -20,6 +20,8 @@ bool isStopWanted() noexcept;
 /// Where a program reads from, waited for together with a socket: the `Wake` of a `Socket::select`.
 using InputHandle = Common::Platform::SocketHandle;
 InputHandle getStandardInput() noexcept;
+/// Whether a person sees the messages there.
+bool isErrorTerminal() noexcept;
 /// Whether a person types there.
 bool isTerminal(InputHandle input) noexcept;
 /// Waits for bytes, and takes at most so many. Returns how many; 0 at the end, and when nothing can be read.

@@ -81,6 +81,10 @@ InputHandle getStandardInput() noexcept {
     return STDIN_FILENO;
 }
 
+bool isErrorTerminal() noexcept {
+    return isatty(STDERR_FILENO) == 1;
+}
+
 bool isTerminal(InputHandle input) noexcept {
     return isatty(static_cast<int>(input)) == 1;
 }
