@@ -8,9 +8,9 @@
 #include "common/debugger/internal/serverthread.h"
 #include "common/debugger/messageid.h"
 #include "common/debugger/tcpconnectionlayer.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/memory/allocate.h"
 #include "common/memory/threadsafeallocator.h"
-#include "common/exceptions/internal/guarded.h"
 #include "common/reflection/datatype/datatypemanager.h"
 #include "common/reflection/reflectioninterface.h"
 

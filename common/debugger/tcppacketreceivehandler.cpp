@@ -2,9 +2,9 @@
 
 #include "common/debug/assert.h"
 #include "common/debug/report.h"
+#include "common/exceptions/internal/guarded.h"
 #include "common/memory/allocate.h"
 #include "common/memory/memorystream.h"
-#include "common/exceptions/internal/guarded.h"
 #include "common/platform/endian.h"
 
 #include <algorithm>
