@@ -10,6 +10,7 @@
 #include "common/exceptions/internal/guarded.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 namespace Tarq::Common::Debugger {
@@ -62,13 +63,14 @@ const String& NetworkStream::getName() const {
 }
 
 uint64 NetworkStream::read(void* dst, uint64 numBytes) {
-    const bool isNested = InsideMark::isSet();
-    const InsideMark mark;
+    std::optional<InsideMark> mark;
     std::unique_ptr<Memory::MemoryStream> data;
     {
         const Server::DataLock inside(Server::getDataMutex());
-        if (!mayRead(numBytes, isNested) || numBytes == 0)
+        if (!mayRead(numBytes) || numBytes == 0)
             return 0;
+        // Not before: a server that stops waits until there is none, and reads of what is closed may go on and on.
+        mark.emplace();
         const bool isAsked = beginRead(static_cast<uint32>(numBytes));
         if (isAsked)
             waitForData();
@@ -81,9 +83,9 @@ uint64 NetworkStream::read(void* dst, uint64 numBytes) {
     return finishRead(dst, static_cast<uint32>(numBytes), data.get());
 }
 
-/// Nobody waits who would keep the data from coming, or lets go of the data mutex in the middle of what needs it.
-bool NetworkStream::mayRead(uint64 numBytes, bool isNested) const {
-    if (ServerThreadMark::isSet(ServerThreadMark::MESSAGES) || ModelLock::isSet() || isNested)
+/// Nobody waits who would keep the data from coming, or is in the middle of a breakpoint or another read.
+bool NetworkStream::mayRead(uint64 numBytes) const {
+    if (ServerThreadMark::isSet(ServerThreadMark::MESSAGES) || ModelLock::isSet() || InsideMark::isSet())
         return TARQ_FAIL("NetworkStream (", mName, ") can't be read by who would keep its data from coming");
     if (!TARQ_ASSERT_AS("numBytes < TARQ_MAX_UINT32", numBytes < 0xFFFFFFFF,
                         "NetworkStream doesn't support reading more bytes than TARQ_MAX_UINT32") ||
@@ -194,6 +196,7 @@ void NetworkStream::write(const void*, uint64) {
 
 uint64 NetworkStream::seek(int64 offset, SeekOrigin origin) {
     const Server::DataLock inside(Server::getDataMutex());
+    const uint64 before = mPosition; // whoever hears of a failure may give the stream back
     int64 start = 0;
     switch (origin) {
     case SORIGIN_BEGIN:
@@ -208,10 +211,11 @@ uint64 NetworkStream::seek(int64 offset, SeekOrigin origin) {
         TARQ_FAIL("Invalid SeekOrigin in origin specified");
         return 0;
     }
-    if (TARQ_ASSERT_AS(nullptr, offset >= -start && offset <= int64{mLength} - start,
-                       "Offset leads out of range of the stream") &&
-        checkUnoccupied())
-        mPosition = static_cast<uint32>(start + offset);
+    if (!TARQ_ASSERT_AS(nullptr, offset >= -start && offset <= int64{mLength} - start,
+                        "Offset leads out of range of the stream") ||
+        !checkUnoccupied())
+        return before;
+    mPosition = static_cast<uint32>(start + offset);
     return mPosition;
 }
 

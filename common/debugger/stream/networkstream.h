@@ -81,7 +81,7 @@ private:
 
     // Under the data mutex.
 
-    bool mayRead(uint64 numBytes, bool isNested) const;
+    bool mayRead(uint64 numBytes) const;
     bool checkUnoccupied() const;
     bool beginRead(uint32 numBytes);
     void waitForData();

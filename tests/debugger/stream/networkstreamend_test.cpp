@@ -42,6 +42,19 @@ TEST_CASE("whatever ends a stream, who reads comes back with what has arrived") 
     }
 }
 
+TEST_CASE_FIXTURE(StreamTest, "a server stops although threads go on reading nothing from what is closed") {
+    NetworkStream& stream = announce(7, 100);
+    std::atomic<bool> isOver{false};
+    const auto readOn = [&] {
+        while (!isOver)
+            stream.read(nullptr, 0);
+    };
+    HostThread threads[] = {HostThread(readOn), HostThread(readOn), HostThread(readOn), HostThread(readOn)};
+    HostThread stopping([] { CHECK(Server::exitAsync()); });
+    CHECK(stopping.waitFor());
+    isOver = true;
+}
+
 TEST_CASE_FIXTURE(StreamTest, "a read ends when the tool cannot be asked, and the next one begins anew") {
     NetworkStream& stream = announce(7, 300);
     for (bool* const fault : {&mNetwork.mCanSend, &mNetwork.mMustThrow}) {
