@@ -114,8 +114,10 @@ TEST_CASE_FIXTURE(OutboxTest, "what is not answered counts until a later answer 
     CHECK_FALSE(outbox.needsRequest(99));
     outbox.addSilent(frameOfSize(40));
     outbox.addSilent(frameOfSize(1));
+    CHECK(outbox.countSilent() == 4);
     for (const uint32 numBytes : {20u, 30u, 10u, 40u})
         take(numBytes);
+    CHECK(outbox.countSilent() == 1);
     CHECK(outbox.getUnanswered() == 100);
     CHECK(outbox.getNext().empty());
     CHECK(answer(cFirst) == sign);

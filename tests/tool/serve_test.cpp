@@ -52,6 +52,15 @@ struct ServeTest : DebugSessionTest {
         return "stream " + id + ", \"level.bin\": " + path(file.c_str()) + ", 100 bytes\n";
     }
 
+    std::pair<int64, int64> changeTime() const {
+        System::FileHandle file = System::cNoFile;
+        System::FileState state;
+        CHECK(System::openFile(path("level.bin"), file) == nullptr);
+        CHECK(System::getFileState(file, state));
+        System::closeFile(file);
+        return {state.changeSeconds, state.changeNanoseconds};
+    }
+
     TemporaryDirectory directory;
     const std::string contents = std::string(50, 'a') + std::string(50, 'b');
 };
@@ -65,12 +74,12 @@ TEST_CASE_FIXTURE(ServeTest, "a host reads a file, in any order, until it has al
         read(1, 100, 0, 0);
         read(1, 64, 64, 36);
         read(1, 90, 10, 10);
-        read(1, 0, 0xFFFFFFFF, 100);
+        read(1, 0, 0xFFFFFFFF, 64);
         letGo(1);
         host.seeOff();
     };
     CHECK(serve(readAll, {path("level.bin"), "--progress", "3600"}) == 0);
-    CHECK(written.starts_with(announced("1") + "\"level.bin\": all of 100 bytes were read, 146 with those read again"));
+    CHECK(written.starts_with(announced("1") + "\"level.bin\": all of 100 bytes were read, 110 with those read again"));
     CHECK(told == "");
     CHECK(serve(readAll, {path("level.bin"), "--json", "--progress", "0"}) == 0);
     CHECK(written.find(R"("event":"progress","address":")" + name + R"(","id":1,"name":"level.bin","path":")" +
@@ -85,16 +94,18 @@ TEST_CASE_FIXTURE(ServeTest, "files have the ids and names that are wanted, and 
         accept("a b", 9, 100);
         accept("level.bin", 7, 100);
         accept("1=2:3", 8, 100);
+        accept("later", 11, 100);
         accept("empty", 10, 0);
         const RegisterStream refused{"x", 4000000000U, 100};
         host.answer(refused, RegisterStream::Reply{refused, 1, "taken\x1b"});
-        for (const uint32 id : {7U, 8U, 9U, 10U})
+        for (const uint32 id : {7U, 8U, 9U, 10U, 11U})
             letGo(id, id == 8 ? 1 : 0);
         host.seeOff();
     };
     const Texts files = {"9:a b=" + path("level.bin"),
                          path("level.bin"),
                          path("1=2:3"),
+                         "later=" + path("level.bin"),
                          "10:" + path("empty"),
                          "4000000000:x=" + path("level.bin"),
                          "--first-id",
@@ -102,7 +113,7 @@ TEST_CASE_FIXTURE(ServeTest, "files have the ids and names that are wanted, and 
     CHECK(serve(script, files) == 1);
     CHECK(told == "tarq-debug: " + path("level.bin") + ": refused: taken\\x1B\n");
     CHECK(written.find("stream 9, \"a b\": " + path("level.bin") + ", 100 bytes\n") == 0);
-    CHECK(written.ends_with("\"empty\": nothing was read\n"));
+    CHECK(written.find("\"empty\": nothing was read\n") != written.npos);
 }
 
 TEST_CASE_FIXTURE(ServeTest, "a file that changes is withdrawn, and none of its bytes are sent") {
@@ -116,6 +127,16 @@ TEST_CASE_FIXTURE(ServeTest, "a file that changes is withdrawn, and none of its 
          [&] {
              using namespace std::chrono_literals;
              std::filesystem::last_write_time(path("level.bin"), std::filesystem::file_time_type::clock::now() + 1h);
+         }},
+        {"other bytes, as if nobody had written",
+         [&] {
+             const auto time = std::filesystem::last_write_time(path("level.bin"));
+             const auto changed = changeTime();
+             // The system's clock goes on in steps.
+             while (changeTime() == changed) {
+                 directory.write("level.bin", std::string(100, 'x'));
+                 std::filesystem::last_write_time(path("level.bin"), time);
+             }
          }},
     };
     for (const auto& given : cases) {
@@ -155,14 +176,39 @@ TEST_CASE_FIXTURE(ServeTest, "a host that asks for what is not there is told of,
     CHECK(told ==
           "tarq-debug: \"level.bin\" was withdrawn: the host has asked for bytes from 4294967295 on, but it has "
           "100\n");
+    const std::string problem = told;
+    const auto tooSoon = [&] {
+        host.expect(RegisterStream{"level.bin", 1, 100});
+        host.say(StreamDataRequest{1, 0xFFFFFFFF, 1});
+        host.say(RegisterStream::Reply{{"level.bin", 1, 100}, 0, ""});
+        letGo(1);
+        host.seeOff();
+    };
+    CHECK(serve(tooSoon, {path("level.bin")}) == 5);
+    CHECK(told == problem + "tarq-debug: " + path("level.bin") + ": it was withdrawn before the host has answered\n");
+    const auto flood = [&] {
+        accept("level.bin", 1, 100);
+        std::string requests;
+        for (int count = 0; count < 40000; ++count)
+            requests += frameOfMessage(StreamDataRequest{1, 0, 0xFFFFFFFF});
+        // The tool goes before it has all.
+        host.connection()->send(requests.data(), static_cast<unsigned int>(requests.size()), 0);
+    };
+    CHECK(serve(flood, {path("level.bin")}) == 4);
+    CHECK(told == "tarq-debug: " + name + ": protocol error: the host asks for more and more, and takes nothing\n");
     const auto goAway = [&] {
         accept("level.bin", 1, 100);
         read(1, 0, 64, 64);
+        read(1, 64, 64, 36);
+        read(1, 0, 64, 64);
+        read(1, 64, 20, 20);
         host.hangUp();
     };
     CHECK(serve(goAway, {path("level.bin"), "--keep-serving"}) == 4);
     CHECK(told == "tarq-debug: " + name + ": connection lost: the host has closed the connection\n");
-    CHECK(written.find("64 of 100 bytes (64.0%) were read") != written.npos);
+    // Once when all was read, and once when it is over.
+    CHECK(written.find(", 164 with") == written.npos);
+    CHECK(written.find("all of 100 bytes were read, 184 with those read again") != written.npos);
 }
 
 TEST_CASE_FIXTURE(ServeTest, "what cannot be served is told before the host hears of anything") {
@@ -196,9 +242,10 @@ TEST_CASE_FIXTURE(ServeTest, "a session serves while it goes on") {
         accept("other", 2, 100);
         host.answer(getSpeed, speed);
         read(1, 0, 64, 64);
-        read(2, 0, 100, 100);
+        read(2, 0, 64, 64);
+        read(2, 64, 36, 36);
         read(1, 64, 36, 36);
-        letGo(2);
+        letGo(2, 1);
     };
     const std::string file = path("level.bin");
     CHECK(debug(script, "serve " + file + "\nserve \"other=" + file + "\"\nget agents/walker/ann.speed\nwait read\n" +
@@ -209,6 +256,23 @@ TEST_CASE_FIXTURE(ServeTest, "a session serves while it goes on") {
     CHECK(written.ends_with("\nstream 2 is not served any more\n"));
     CHECK(told == "tarq-debug: unserve 2: stream 2 is not served\n");
     CHECK(debug(nothing, "wait read") == 2);
+    directory.write("empty", "");
+    const auto withdrawn = [&] {
+        accept("level.bin", 1, 100);
+        const RegisterStream request{"empty", 2, 0};
+        host.expect(request);
+        host.say(StreamDataRequest{1, 100, 1});
+        host.say(RegisterStream::Reply{request, 0, ""});
+        letGo(1);
+        host.answer(getSpeed, speed);
+    };
+    const std::string commands = "serve " + file + "\nserve " + path("empty") + "\n";
+    const std::string get = "get agents/walker/ann.speed\n";
+    CHECK(debug(withdrawn, commands + get + "wait read\n") == 5);
+    CHECK(told.ends_with("tarq-debug: wait read: a file was withdrawn\n"));
+    CHECK(debug(withdrawn, commands + get) == 5);
+    const auto empty = [&] { accept("empty", 1, 0); };
+    CHECK(debug(empty, "serve " + path("empty") + "\nwait read\n") == 0);
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "ranges that meet or overlap are one") {
@@ -216,7 +280,7 @@ TEST_CASE_FIXTURE(LibraryTest, "ranges that meet or overlap are one") {
     const auto add = [&](uint64 begin, uint64 end, uint64 count, std::size_t numRanges) {
         set.add(begin, end);
         CHECK(set.count() == count);
-        CHECK(set.getRanges().size() == numRanges);
+        CHECK(set.getRanges(1).number == numRanges);
     };
     add(10, 20, 10, 1);
     add(30, 40, 20, 2);
@@ -226,4 +290,12 @@ TEST_CASE_FIXTURE(LibraryTest, "ranges that meet or overlap are one") {
     add(0, 100, 100, 1);
     add(0, 50, 100, 1);
     add(200, 200, 100, 1);
+    for (uint64 at = 0; at < 70000; ++at)
+        set.add(0x20000 + 2 * at, 0x20001 + 2 * at);
+    add(200, 201, 70101, 70002);
+    const RangeSet::Ranges ranges = set.getRanges(3);
+    CHECK(ranges.number == 70002);
+    CHECK(ranges.first == std::vector<std::pair<uint64, uint64>>{{0, 100}, {200, 201}, {0x20000, 0x20001}});
+    add(0, 0xFFFFFFFF, 0xFFFFFFFF, 1);
+    add(0xFFFFFFFE, 0xFFFFFFFF, 0xFFFFFFFF, 1);
 }

@@ -29,7 +29,7 @@ void makeStep(Debugger& debugger, Words& words);
 void letGo(Debugger& debugger, Words& words);
 
 /// "[ID:][NAME=]PATH"; without an id, it has this one.
-ServedFile openServed(const std::string& text, Common::uint32 id);
+ServedFile openServed(const std::string& text);
 /// Takes a path that leads to an element of one of these kinds.
 Found takePath(const Debugger& debugger, Words& words, std::initializer_list<ElementKind> kinds);
 /// Takes "on" or "off".

@@ -63,13 +63,14 @@ public:
     /// Announces the file to the host, which reads it as a stream from then on, whatever else is done. Fails when the
     /// host refuses.
     void serve(ServedFile opened);
-    /// Not below the first one.
-    Common::uint32 getFreeStreamID(Common::uint32 first) const;
+    /// One that no file of this tool has.
+    Common::uint32 getFreeStreamID() const;
     /// Ends that. Fails when there is no such stream.
     void withdraw(Common::uint32 id);
     /// Ends all of it, and tells what was read.
     void endServing();
     bool isServing() const noexcept { return !mFiles.empty(); }
+    /// Whether the host has all bytes of all files.
     bool isAllRead() const noexcept;
     /// How many files could not be served any more.
     unsigned int countWithdrawn() const noexcept { return mNumWithdrawn; }
@@ -115,6 +116,8 @@ private:
     void onCallReply(const CallReply& reply, const CallBook::Match& match) override;
 
     void onDataRequest(const StreamDataRequest& request) override;
+    /// Fails when there is nothing to be read, and when a file was withdrawn since it was last asked.
+    bool hasReadAll();
     void deregister(Common::uint32 id);
     void tellReading(Served& served);
     void showProgress(const Served& served);

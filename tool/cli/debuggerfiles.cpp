@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace Tarq::Tool {
 
@@ -15,6 +16,9 @@ namespace {
 constexpr unsigned int cMostBadRequests = 8;
 /// A host that is gone, or held, is not waited for when all is over.
 constexpr uint64 cLastMicroseconds = 1000000;
+
+/// Among the events that were not waited for.
+constexpr const char* cWithdrawn = "withdrawn";
 
 /// What a person reads at ease.
 constexpr double cTerminalSeconds = 0.1;
@@ -48,12 +52,11 @@ Json jsonOfReading(const ServedFile& file) {
     return json;
 }
 
-std::string textOfReading(const ServedFile& file) {
+std::string textOfReading(const ServedFile& file, std::size_t numRanges) {
     if (file.countSent() == 0)
         return "nothing was read";
     std::string text = file.isRead() ? "all of " + std::to_string(file.getLength()) + " bytes were read"
                                      : textOfShare(file) + " were read";
-    const std::size_t numRanges = file.getRead().getRanges().size();
     if (numRanges > 1)
         text += ", in " + std::to_string(numRanges) + " ranges";
     if (file.countSent() != file.countRead())
@@ -71,29 +74,36 @@ void Debugger::serve(ServedFile opened) {
     if (mFiles.contains(id))
         throw CommandFailure(EXIT_USAGE, "stream " + std::to_string(id) + " is served already");
     // The host may ask for bytes as soon as it knows of the stream.
-    Served& served = mFiles.emplace(id, Served{std::move(opened)}).first->second;
-    const ServedFile& file = served.file;
+    const RegisterStream request{String(std::string_view(opened.getName())), id, opened.getLength()};
+    mFiles.emplace(id, Served{std::move(opened)});
     try {
-        ask(RegisterStream{String(std::string_view(file.getName())), id, file.getLength()});
+        ask(request);
     } catch (const CommandFailure&) {
         mFiles.erase(id);
         throw;
     }
+    const auto served = mFiles.find(id);
+    if (served == mFiles.end())
+        throw CommandFailure(EXIT_INTERNAL, "it was withdrawn before the host has answered");
+    const ServedFile& file = served->second.file;
     answer("serving", jsonOfFile(file),
            {"stream " + std::to_string(id) + ", " + quote(file.getName()) + ": " + printable(file.getPath()) + ", " +
             std::to_string(file.getLength()) + " bytes"});
 }
 
-uint32 Debugger::getFreeStreamID(uint32 first) const {
-    while (mFiles.contains(first))
-        ++first;
-    return first;
+uint32 Debugger::getFreeStreamID() const {
+    uint32 id = 1;
+    while (mFiles.contains(id))
+        ++id;
+    return id;
 }
 
 void Debugger::withdraw(uint32 id) {
     if (!mFiles.contains(id))
         throw CommandFailure(EXIT_USAGE, "stream " + std::to_string(id) + " is not served");
-    ask(DeregisterStream{id});
+    // A host that knows nothing of the stream is as good: whatever tool asks it to may have ended it.
+    constexpr int cUnknown = 1;
+    ask(DeregisterStream{id}, cUnknown);
     const auto served = mFiles.find(id);
     if (served == mFiles.end())
         return;
@@ -112,21 +122,23 @@ void Debugger::endServing() {
     mFiles.clear();
 }
 
-/// Nobody waits: a host that knows nothing of the stream is as good.
+/// Nobody waits for what the host makes of it.
 void Debugger::deregister(uint32 id) {
     ++mNumDeregistering;
     mClient.ask(DeregisterStream{id}, [this](const Answer<DeregisterStream::Reply>&) { --mNumDeregistering; });
 }
 
 bool Debugger::isAllRead() const noexcept {
-    bool hasBytes = false;
-    for (const auto& [id, served] : mFiles) {
-        if (!served.file.isRead())
-            return false;
-        hasBytes = hasBytes || served.file.getLength() != 0;
-    }
-    // Of an empty file alone nobody can tell.
-    return hasBytes;
+    return std::all_of(mFiles.begin(), mFiles.end(), [](const auto& served) { return served.second.file.isRead(); });
+}
+
+bool Debugger::hasReadAll() {
+    // It is told once.
+    if (std::exchange(mUnseen[cWithdrawn], 0) != 0)
+        throw CommandFailure(EXIT_INTERNAL, "a file was withdrawn");
+    if (!isServing())
+        throw CommandFailure(EXIT_USAGE, "no file is served");
+    return isAllRead();
 }
 
 void Debugger::onDataRequest(const StreamDataRequest& request) {
@@ -140,10 +152,11 @@ void Debugger::onDataRequest(const StreamDataRequest& request) {
     }
     Served& served = found->second;
     StreamData data;
+    const bool wasRead = served.file.isRead();
     const std::string problem = served.file.read(request, data);
     if (problem.empty()) {
         mClient.getSession().send(data);
-        if (served.file.isRead())
+        if (served.file.isRead() && !wasRead)
             tellReading(served);
         else
             showProgress(served);
@@ -152,6 +165,7 @@ void Debugger::onDataRequest(const StreamDataRequest& request) {
     // The thread of the host that waits for these bytes is let go with that.
     deregister(request.streamID);
     ++mNumWithdrawn;
+    ++mUnseen[cWithdrawn];
     Json json = jsonOfReading(served.file);
     json["text"] = problem;
     clearProgress();
@@ -172,14 +186,10 @@ void Debugger::tellReading(Served& served) {
     served.toldSent = file.countSent();
     clearProgress();
     Json json = jsonOfReading(file);
-    Json ranges = Json::array();
     constexpr std::size_t cMostTold = 100;
-    for (const auto& [begin, end] : file.getRead().getRanges()) {
-        if (ranges.size() < cMostTold)
-            ranges.push_back({begin, end});
-    }
-    json.update({{"isWhole", file.isRead()}, {"numRanges", file.getRead().getRanges().size()}, {"ranges", ranges}});
-    printEvent("served", json, {quote(file.getName()) + ": " + textOfReading(file)});
+    const RangeSet::Ranges ranges = file.getRead().getRanges(cMostTold);
+    json.update({{"isWhole", file.isRead()}, {"numRanges", ranges.number}, {"ranges", ranges.first}});
+    printEvent("served", json, {quote(file.getName()) + ": " + textOfReading(file, ranges.number)});
 }
 
 void Debugger::showProgress(const Served& served) {

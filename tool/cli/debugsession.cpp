@@ -4,6 +4,7 @@
 #include "tool/cli/debugcommands.h"
 #include "tool/cli/words.h"
 
+#include <algorithm>
 #include <functional>
 #include <set>
 
@@ -36,7 +37,11 @@ public:
         : mFace(face), mDebugger(face, options), mName(name) {}
 
     Debugger& getDebugger() noexcept { return mDebugger; }
-    int getExitCode() const noexcept { return mExitCode; }
+    /// That of the first failure; a file that was withdrawn is one, whatever the commands make of it.
+    int getExitCode() const noexcept {
+        const bool isWithdrawn = mExitCode == EXIT_FINE && mDebugger.countWithdrawn() != 0;
+        return isWithdrawn ? static_cast<int>(EXIT_INTERNAL) : mExitCode;
+    }
     bool isConnected() { return mDebugger.getClient().getSession().getState() == SESSION_CONNECTED; }
 
     /// Returns whether all went well. What fails is told, behind the title, if there is one; the first failure is the
@@ -85,17 +90,23 @@ private:
     int mExitCode = EXIT_FINE;
 };
 
-/// Those that have an id of their own keep it.
+/// Those that have an id of their own keep it; the others get what is left.
 std::vector<ServedFile> openAll(const ServeOptions& serving) {
     std::vector<ServedFile> files;
     std::set<uint32> taken;
-    uint32 next = serving.firstID;
     for (const std::string& text : serving.files) {
-        files.push_back(openServed(text, next));
-        const uint32 id = files.back().getID();
-        if (!taken.insert(id).second)
-            throw CommandFailure(EXIT_USAGE, printable(text) + ": another file has the id " + std::to_string(id));
-        next += id == next;
+        const ServedFile& file = files.emplace_back(openServed(text));
+        if (file.hasID() && !taken.insert(file.getID()).second)
+            throw CommandFailure(EXIT_USAGE,
+                                 printable(text) + ": another file has the id " + std::to_string(file.getID()));
+    }
+    uint32 next = serving.firstID;
+    for (ServedFile& file : files) {
+        if (file.hasID())
+            continue;
+        while (!taken.insert(next).second)
+            ++next;
+        file.setID(next);
     }
     return files;
 }
@@ -153,16 +164,19 @@ int runServe(const Face& face, DebugOptions options, const ServeOptions& serving
     options.showsProgress = true;
     Run run(face, options, "serve");
     Debugger& debugger = run.getDebugger();
+    // Of empty files alone nobody can tell when the host has read them.
+    const bool isEndless = serving.keepsServing || std::all_of(files.begin(), files.end(), [](const ServedFile& file) {
+                               return file.getLength() == 0;
+                           });
     bool isFine = run.connect();
     for (ServedFile& file : files)
         isFine = isFine && run.attempt("serve", std::string(file.getPath()), [&] { debugger.serve(std::move(file)); });
-    while (isFine && run.goesOn() && debugger.isServing() && (serving.keepsServing || !debugger.isAllRead())) {
+    while (isFine && run.goesOn() && debugger.isServing() && (isEndless || !debugger.isAllRead())) {
         if (!debugger.idle())
             run.tellEnd();
     }
     debugger.endServing();
-    const int exitCode = run.getExitCode();
-    return exitCode == EXIT_FINE && debugger.countWithdrawn() != 0 ? static_cast<int>(EXIT_INTERNAL) : exitCode;
+    return run.getExitCode();
 }
 
 int followEvents(const Face& face, const DebugOptions& options) {

@@ -9,7 +9,7 @@ enum ExitCode : int {
     EXIT_USAGE = 2,
     EXIT_NO_CONNECTION = 3,
     EXIT_LOST = 4,     ///< or what came made no sense
-    EXIT_INTERNAL = 5, ///< memory is exhausted, the output cannot be written, or a served file not be read
+    EXIT_INTERNAL = 5, ///< memory is exhausted, the output cannot be written, or a served file was withdrawn
     EXIT_NOT_COME = 6, ///< what was waited for
 };
 

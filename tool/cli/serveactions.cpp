@@ -2,14 +2,15 @@
 #include "tool/client/quoting.h"
 
 #include <charconv>
+#include <utility>
 
 namespace Tarq::Tool {
 
 using namespace Common;
 
-ServedFile openServed(const std::string& text, uint32 id) {
+ServedFile openServed(const std::string& text) {
     ServedFile file;
-    const std::string problem = file.open(text, id);
+    const std::string problem = file.open(text);
     if (!problem.empty())
         throw CommandFailure(EXIT_USAGE, printable(text) + ": " + problem);
     return file;
@@ -20,7 +21,10 @@ void serveFile(Debugger& debugger, Words& words) {
     if (word.empty())
         throw CommandFailure(EXIT_USAGE, "the file is missing");
     expectEnd(words);
-    debugger.serve(openServed(unquote(word).value_or(std::string(word)), debugger.getFreeStreamID(1)));
+    ServedFile file = openServed(unquote(word).value_or(std::string(word)));
+    if (!file.hasID())
+        file.setID(debugger.getFreeStreamID());
+    debugger.serve(std::move(file));
 }
 
 void withdrawFile(Debugger& debugger, Words& words) {

@@ -11,10 +11,12 @@
 
 namespace Tarq::Tool {
 
-/// What a peer may cost, and what it is spared. In bytes.
+/// What a peer may cost, and what it is spared. In bytes, but for the last.
 struct ConnectionLimits {
     Common::uint32 maxMessageLength = 64 * 1024 * 1024; ///< of a message that comes
     Common::uint32 maxUnanswered = 1024;                ///< of requests that are on their way
+    /// Of messages that wait to be sent and are not answered: about 1 MiB of what a host asks for and does not take.
+    Common::uint32 maxSilent = 16384;
 };
 
 /// One connection to a host, from the attempt to its end: whole messages out and in.

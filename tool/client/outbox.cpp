@@ -32,7 +32,9 @@ Ticket Outbox::addRequest(Frame frame, MessageID reply, Frame identification) {
 Ticket Outbox::addSilent(Frame frame) {
     mSilentTail += frame.size();
     Frame none(frame.getAllocator());
-    return add(std::move(frame), 0, std::move(none));
+    const Ticket ticket = add(std::move(frame), 0, std::move(none));
+    ++mNumSilent;
+    return ticket;
 }
 
 Ticket Outbox::add(Frame frame, uint32 reply, Frame identification) {
@@ -63,6 +65,7 @@ void Outbox::take(uint32 count, uint64 microseconds) {
     mSent.push_back(std::move(oldest));
     mUnanswered += mSent.back().numBytes;
     mNumWaiting += mSent.back().reply != 0;
+    mNumSilent -= mSent.back().reply == 0;
     mWaiting.pop_front();
     mTaken = 0;
 }

@@ -46,6 +46,8 @@ public:
     /// where it is.
     Ticket answer(Common::uint32 id, Common::IO::Stream& fields);
 
+    /// Silent messages that were not sent.
+    std::size_t countSilent() const noexcept { return mNumSilent; }
     Common::uint32 getUnanswered() const noexcept { return mUnanswered; }
     bool isWaiting() const noexcept { return mNumWaiting != 0; }
     /// When the oldest of the requests was sent that wait for an answer; there is one.
@@ -76,6 +78,7 @@ private:
     Common::uint32 mTaken = 0;      ///< bytes of the oldest message that were sent
     Common::uint32 mSilentTail = 0; ///< bytes of the silent messages behind the last request
     Common::uint32 mNumWaiting = 0; ///< requests in `mSent`
+    std::size_t mNumSilent = 0;     ///< silent messages in `mWaiting`
     Ticket mLastTicket = cNoTicket;
     Messages mWaiting;
     Messages mSent;    ///< oldest first

@@ -3,39 +3,38 @@
 #include "common/types.h"
 
 #include <cstddef>
-#include <iterator>
-#include <map>
+#include <utility>
+#include <vector>
 
 namespace Tarq::Tool {
 
-/// Which numbers have occurred, as ranges that neither meet nor overlap.
+/// Which numbers have occurred.
+///
+/// Whoever adds them may choose them so that they make as many ranges as can be. So there is a bit for each, but only
+/// around numbers that have occurred where others have not: at most an eighth of the largest number, in bytes.
 class RangeSet {
 public:
-    /// Whoever adds them may not want them to be few: beyond so many, a new one is left out.
-    static constexpr std::size_t cMostRanges = 65536;
-
     /// `begin <= end`; the end does not belong to it.
-    void add(Common::uint64 begin, Common::uint64 end) {
-        auto next = mRanges.upper_bound(begin);
-        if (next != mRanges.begin() && std::prev(next)->second >= begin)
-            --next;
-        for (; next != mRanges.end() && next->first <= end; next = mRanges.erase(next)) {
-            begin = begin < next->first ? begin : next->first;
-            end = end > next->second ? end : next->second;
-            mCount -= next->second - next->first;
-        }
-        if (begin == end || mRanges.size() == cMostRanges)
-            return;
-        mRanges[begin] = end;
-        mCount += end - begin;
-    }
+    void add(Common::uint64 begin, Common::uint64 end);
     /// Of numbers.
     Common::uint64 count() const noexcept { return mCount; }
-    /// Where each range begins, and where it ends.
-    const std::map<Common::uint64, Common::uint64>& getRanges() const noexcept { return mRanges; }
+
+    struct Ranges {
+        std::size_t number = 0;
+        std::vector<std::pair<Common::uint64, Common::uint64>> first; ///< where each begins, and where it ends
+    };
+    /// Those that neither meet nor overlap, of which no more are listed than `most`.
+    Ranges getRanges(std::size_t most) const;
 
 private:
-    std::map<Common::uint64, Common::uint64> mRanges;
+    struct Chunk {
+        Common::uint32 count = 0;
+        std::vector<Common::uint64> words; ///< empty while it has no number, and when it has all
+    };
+
+    Common::uint64 find(Common::uint64 begin, bool hasOccurred) const noexcept;
+
+    std::vector<Chunk> mChunks;
     Common::uint64 mCount = 0;
 };
 

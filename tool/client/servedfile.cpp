@@ -40,13 +40,15 @@ ServedFile::~ServedFile() {
         System::closeFile(mFile);
 }
 
-std::string ServedFile::open(const std::string& text, uint32 id) {
+std::string ServedFile::open(const std::string& text) {
     std::string_view path = text;
-    mID = id;
     if (isNumber(path.substr(0, path.find(':')))) {
         const std::string_view digits = takeFront(path, ':');
-        if (!digits.empty() && std::from_chars(digits.data(), digits.data() + digits.size(), mID).ec != std::errc())
+        uint32 id = 0;
+        if (!digits.empty() && std::from_chars(digits.data(), digits.data() + digits.size(), id).ec != std::errc())
             return "an id is from 0 to 4294967295";
+        if (!digits.empty())
+            mID = id;
     }
     mName = takeFront(path, '=');
     mPath = path;
@@ -70,7 +72,7 @@ std::string ServedFile::read(const StreamDataRequest& request, StreamData& data)
     const uint32 count = std::min(most, cMostSent);
     mFirst = mFirst == 0 ? getMicroseconds() : mFirst;
     mLast = getMicroseconds();
-    data.streamID = mID;
+    data.streamID = getID();
     data.data.resizeForOverwrite(count);
     const bool isWhole = System::readFile(mFile, request.position, data.data.data(), count);
     // Only what was read before the file is known to be unchanged is its own.

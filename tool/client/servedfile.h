@@ -4,6 +4,7 @@
 #include "tool/client/streammessages.h"
 #include "tool/platform/file.h"
 
+#include <optional>
 #include <string>
 
 namespace Tarq::Tool {
@@ -13,21 +14,24 @@ namespace Tarq::Tool {
 /// What is sent is what the file was when it was opened: from the first change on, nothing is sent any more.
 class ServedFile {
 public:
-    /// A host asks for less; a larger answer is of no use to it.
-    static constexpr Common::uint32 cMostSent = 65536;
+    /// A host asks for no more, and for what is missing again.
+    static constexpr Common::uint32 cMostSent = 64;
 
     ServedFile() = default;
     ServedFile(ServedFile&& other) noexcept;
     ServedFile& operator=(ServedFile&&) = delete;
     ~ServedFile();
 
-    /// Reads "[ID:][NAME=]PATH", where no "/" is in front of the mark, and opens the file. Without an id, it has the
-    /// given one; without a name, the file's own. Returns what is wrong; empty when nothing is.
-    std::string open(const std::string& text, Common::uint32 id);
+    /// Reads "[ID:][NAME=]PATH", where no "/" is in front of the mark, and opens the file. Without a name, it has the
+    /// file's own. Returns what is wrong; empty when nothing is.
+    std::string open(const std::string& text);
+    /// For one that was given none.
+    void setID(Common::uint32 id) noexcept { mID = id; }
 
     const std::string& getPath() const noexcept { return mPath; }
     const std::string& getName() const noexcept { return mName; }
-    Common::uint32 getID() const noexcept { return mID; }
+    bool hasID() const noexcept { return mID.has_value(); }
+    Common::uint32 getID() const noexcept { return mID.value_or(0); }
     Common::uint32 getLength() const noexcept { return static_cast<Common::uint32>(mState.length); }
 
     /// Fills what is to be answered. Returns what is wrong, empty when nothing is; the file is to be withdrawn then, as
@@ -48,7 +52,7 @@ private:
 
     std::string mPath;
     std::string mName;
-    Common::uint32 mID = 0;
+    std::optional<Common::uint32> mID;
     System::FileHandle mFile = System::cNoFile;
     System::FileState mState;
     RangeSet mRead;

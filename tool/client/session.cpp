@@ -84,6 +84,8 @@ void Session::followConnection() {
         failAt({FAILURE_UNREACHABLE, "there is no answer"});
     else if (isOverdue())
         failAt({FAILURE_LOST, "the host does not answer"});
+    else if (mConnection->getOutbox().countSilent() > mOptions.limits.maxSilent)
+        failAt({FAILURE_PROTOCOL, "the host asks for more and more, and takes nothing"});
     else
         giveUpRequests();
 }

@@ -12,10 +12,16 @@ using FileHandle = Common::int32;
 inline constexpr FileHandle cNoFile = -1;
 
 /// What changes when somebody writes a file.
+///
+/// Whoever writes it may set the time of that back, as tools that copy files do, but not the time of this change. That
+/// may be another one: a file that is renamed, or has other rights, may have another state, too. Times go on in steps
+/// of the system: what is changed twice within one has the same.
 struct FileState {
     Common::uint64 length = 0;
     Common::int64 seconds = 0; ///< when it was last written; from a time of the system's own
     Common::int64 nanoseconds = 0;
+    Common::int64 changeSeconds = 0; ///< when something of it was last changed
+    Common::int64 changeNanoseconds = 0;
 
     bool operator==(const FileState&) const = default;
 };

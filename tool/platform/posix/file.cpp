@@ -51,7 +51,8 @@ bool getFileState(FileHandle file, FileState& state) noexcept {
     struct stat status {};
     if (fstat(file, &status) != 0)
         return false;
-    state = {static_cast<uint64>(status.st_size), status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
+    state = {static_cast<uint64>(status.st_size), status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
+             status.st_ctim.tv_nsec};
     return true;
 }
 
