@@ -263,6 +263,7 @@ TEST_CASE_FIXTURE(ServerTest, "the helper tells what is wrong with a start or a 
     CHECK(RPCHelper::runAsync());
     CHECK(enqueue("add"));
     CHECK(comesTrue([&] { return called == 2; }));
+    CHECK(RPCHelper::getInstance()->waitForCall()); // it also says that nobody is there for the answer
     CHECK(logOfRefused(&RPCHelper::runAsync) ==
           helperLog("runAsync", "There is already a running RPCHelper: use getInstance() instead of starting a new "
                                 "one"));
