@@ -24,5 +24,7 @@ std::vector<Case> functionCases();
 std::vector<Case> formulaCases();
 std::vector<Case> logCases();
 std::vector<Case> exceptionCases();
+std::vector<Case> geomCases();
+std::vector<Case> vrmlCases();
 
 } // namespace Tarq::Bench
