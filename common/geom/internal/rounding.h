@@ -7,7 +7,8 @@
 #include <cmath>
 
 /// Included by every source of this room: results are promised to the last bit.
-static_assert(FLT_EVAL_METHOD == 0, "floats must be rounded after every operation; on 32-bit x86 that takes -msse2 -mfpmath=sse");
+static_assert(FLT_EVAL_METHOD == 0,
+              "floats must be rounded after every operation; on 32-bit x86 that takes -msse2 -mfpmath=sse");
 
 namespace Tarq::Common::Geom::Internal {
 
