@@ -142,12 +142,9 @@ TEST_CASE_FIXTURE(CallTest, "a function that ends the thread is the last one unt
     add("leave", [] { Threading::Thread::exit(3); });
     RecordingListener log(LOG_ERROR);
     send(callOf("leave"));
-    CHECK(comesTrue([&] {
-        send(callOf("count"));
-        return !log.mHeard.empty();
-    }));
-    CHECK(log.messages() == "The RPCHelper does not run: the call of count is dropped ");
+    CHECK(comesTrue([] { return !enqueue("count"); }));
     CHECK(Server::exitAsync());
+    CHECK(log.messages().find("The RPCHelper does not run: the call of count is dropped ") != std::string::npos);
     REQUIRE(run());
     mTool = mNetwork.connect();
     CHECK(takeUntilDone() == "");
