@@ -29,7 +29,7 @@ FLOORS = [
 # What brings the library up and takes it down knows every room that has something to bring up.
 KNOWS_ALL = {"common/library.cpp", "common/interface.cpp"}
 
-THIRD_PARTY = {"common/crypto/": {"openssl"}, "tool/cli/": {"CLI", "nlohmann"}}
+THIRD_PARTY = {"common/crypto/": {"openssl"}, "examples/vrml/": {"png.h"}, "tool/cli/": {"CLI", "nlohmann"}}
 SYSTEM_NAMES = (
     r"_WIN32|_WIN64|WIN32|__MINGW\w+|__CYGWIN__|(__)?linux(__)?|__gnu_linux__|(__)?unix(__)?"
     r"|__APPLE__|__\w+BSD__|__ANDROID__|__GLIBC__|_POSIX\w*"
