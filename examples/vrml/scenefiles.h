@@ -108,7 +108,7 @@ inline void showLine(const std::string& fileName, const Place& place) {
     constexpr std::size_t cAfter = 40;
     std::string line = lineOf(fileName, place.line);
     std::replace(line.begin(), line.end(), '\t', ' ');
-    line.erase(line.find_last_not_of("\r") + 1);
+    line.erase(line.find_last_not_of('\r') + 1);
     std::size_t column = std::min<std::size_t>(place.column - 1, line.size());
     // A character of several bytes stays whole.
     const auto isInside = [&line](std::size_t at) { return at < line.size() && (line[at] & 0xC0) == 0x80; };
