@@ -219,7 +219,7 @@ void testTriangles(benchmark::State& state) {
         return Vec3f{component(random), component(random), component(random)};
     };
     std::vector<Vec3f> corners;
-    while (corners.size() < 3 * cTriangles) {
+    while (corners.size() < std::size_t{3} * cTriangles) {
         const Vec3f middle = place(2);
         for (uint32 corner = 0; corner < 3; ++corner)
             corners.push_back(middle + place(0.95f));
