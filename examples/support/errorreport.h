@@ -114,6 +114,16 @@ public:
     }
 };
 
+/// What people are told of an exception.
+inline Tarq::Common::String reasonOf(const Tarq::Common::Exceptions::Exception& exception) {
+    using namespace Tarq::Common;
+    if (dynamic_cast<const IO::FileNotFoundException*>(&exception))
+        return "there is no such file";
+    if (dynamic_cast<const Exceptions::UnAuthorizedAccessException*>(&exception))
+        return "this is no file, or there is no permission";
+    return exception.getMessage();
+}
+
 /// Runs `body`, which works on `what`, up to its end or to what it throws. Returns whether there was no error in it.
 template <class Body>
 bool guarded(std::string_view what, Body body) {
@@ -125,12 +135,7 @@ bool guarded(std::string_view what, Body body) {
         body();
     } catch (Exceptions::Exception* exception) {
         const Exceptions::Holder holder(exception);
-        if (dynamic_cast<IO::FileNotFoundException*>(exception))
-            error("there is no such file");
-        else if (dynamic_cast<Exceptions::UnAuthorizedAccessException*>(exception))
-            error("this is no file, or there is no permission");
-        else
-            error(exception->getMessage().view());
+        error(reasonOf(*exception).view());
     } catch (const Reported&) {
     } catch (const std::filesystem::filesystem_error& exception) {
         if (!exception.path1().empty())

@@ -3,7 +3,6 @@
 #include "support/errorreport.h"
 #include "support/xmlmarkup.h"
 
-#include "common/exceptions/unauthorizedaccessexception.h"
 #include "common/io/filesystem.h"
 #include "common/io/ioexception.h"
 #include "common/parser/xml/xmlparser.h"
@@ -149,12 +148,7 @@ private:
             return readAll(name, false);
         } catch (Exceptions::Exception* exception) {
             const Exceptions::Holder holder(exception);
-            String reason = exception->getMessage();
-            if (dynamic_cast<IO::FileNotFoundException*>(exception))
-                reason = "there is no such file";
-            else if (dynamic_cast<Exceptions::UnAuthorizedAccessException*>(exception))
-                reason = "this is no file, or there is no permission";
-            throw new IO::IOException("\"" + name + "\" cannot be included: " + reason);
+            throw new IO::IOException("\"" + name + "\" cannot be included: " + errorreport::reasonOf(*exception));
         }
     }
 

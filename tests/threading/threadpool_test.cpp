@@ -6,6 +6,7 @@
 
 #include "tests/memory/ledgerallocator.h"
 #include "tests/support/gate.h"
+#include "tests/support/hostthread.h"
 #include "tests/support/librarytest.h"
 #include "tests/support/recordinglistener.h"
 
@@ -328,6 +329,22 @@ TEST_CASE_FIXTURE(LibraryTest, "at whatever moment a pool goes, every task has r
         CHECK(ran <= own + others);
         CHECK((clears || ran == own + others));
     }
+}
+
+TEST_CASE_FIXTURE(LibraryTest, "a pool that goes while threads wait for a place runs what they bring") {
+    PoolPtr pool(ThreadPool::createThreadPool(allocator(), 1, 1));
+    Gate go;
+    std::atomic<int> ran{0};
+    pool->appendTask(makeWork([&] { go.wait(); }));
+    pool->appendTask(makeWork([&] { ++ran; }));
+    const auto produce = [&ran, queue = pool.get()] { queue->appendTask(makeWork([&ran] { ++ran; })); };
+    HostThread producers[] = {HostThread(produce), HostThread(produce), HostThread(produce)};
+    CHECK(std::ranges::all_of(producers,
+                              [](const HostThread& thread) { return comesTrue([&] { return thread.isAsleep(); }); }));
+    HostThread deleter([&] { pool.reset(); });
+    go.open();
+    deleter.join();
+    CHECK(ran == 4);
 }
 
 TEST_CASE_FIXTURE(LibraryTest, "a pool that memory runs out for has fewer workers or is none, and leaves nothing") {

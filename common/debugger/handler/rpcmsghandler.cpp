@@ -23,7 +23,6 @@ RPCMsgHandler::~RPCMsgHandler() = default;
 void RPCMsgHandler::reset() {
     RequestHandler::reset();
     mName = String();
-    mRegistrar = FunctionRegistrarPtr();
     mFunctionID = FunctionID();
     mCount = 0;
 }
@@ -32,22 +31,30 @@ bool RPCMsgHandler::handleMessage(MessageReader* reader, uint32 connection) {
     reset();
     if (!reader->read(mName))
         return TARQ_FAIL("Couldn't read the name of the remote procedure");
-    return find() && call(*reader, connection);
+    const FunctionRegistrarPtr registrar = find();
+    return registrar && call(*reader, connection, registrar);
 }
 
 /// The search stops at the first place that has functions of the name; more than one there is none that can be meant.
-bool RPCMsgHandler::find() {
-    if (findIn(mServer->getFunctionRegistrar()))
-        return mCount == 1 || TARQ_FAIL("The called RPC isn't unique by name (", mName, ") within Server, found (",
-                                        mCount, ") registered RPC for given name");
+Reflection::Function::FunctionRegistrarPtr RPCMsgHandler::find() {
+    if (findIn(mServer->getFunctionRegistrar())) {
+        const bool isUnique = TARQ_ASSERT_AS(nullptr, mCount == 1, "The called RPC isn't unique by name (", mName,
+                                             ") within Server, found (", mCount, ") registered RPC for given name");
+        return isUnique ? mServer->getFunctionRegistrar() : FunctionRegistrarPtr();
+    }
     const Container::IDVector<Module>& modules = mServer->getModules();
     for (auto at = modules.begin(); at != modules.end(); ++at) {
-        if (findIn((*at)->getFunctionRegistrar()))
-            return mCount == 1 || TARQ_FAIL("The called RPC isn't unique by name (", mName, ") within Module (",
-                                            (*at)->getName(), "), found (", mCount, ") registered RPC for given name");
+        const FunctionRegistrarPtr registrar = (*at)->getFunctionRegistrar();
+        if (!findIn(registrar))
+            continue;
+        const bool isUnique =
+            TARQ_ASSERT_AS(nullptr, mCount == 1, "The called RPC isn't unique by name (", mName, ") within Module (",
+                           (*at)->getName(), "), found (", mCount, ") registered RPC for given name");
+        return isUnique ? registrar : FunctionRegistrarPtr();
     }
-    return TARQ_FAIL("the RPC (", mName, ") isn't known within the server or any connected module (", modules.size(),
-                     " connected ) (trying to call function of removed module?)");
+    TARQ_FAIL("the RPC (", mName, ") isn't known within the server or any connected module (", modules.size(),
+              " connected ) (trying to call function of removed module?)");
+    return FunctionRegistrarPtr();
 }
 
 /// Whether it has functions of that name. Declarations alone do not count.
@@ -61,12 +68,11 @@ bool RPCMsgHandler::findIn(const FunctionRegistrarPtr& registrar) {
         mFunctionID = functionID;
         ++mCount;
     }
-    mRegistrar = registrar;
     return mCount > 0;
 }
 
 /// The rest of the message is what the function gets.
-bool RPCMsgHandler::call(MessageReader& reader, uint32 connection) {
+bool RPCMsgHandler::call(MessageReader& reader, uint32 connection, const FunctionRegistrarPtr& registrar) {
     ClientKey client;
     if (!mServer->getClientKey(client, connection))
         return TARQ_FAIL("Internal Error: ClientInfo missing");
@@ -77,8 +83,6 @@ bool RPCMsgHandler::call(MessageReader& reader, uint32 connection) {
                                                         Memory::MemoryStream("stream", blockSize));
     if (!reader.readToStream(arguments.get(), size))
         return false;
-    // Its module may go before the next call.
-    const FunctionRegistrarPtr registrar = std::exchange(mRegistrar, FunctionRegistrarPtr());
     std::unique_ptr<CallJob> job(new (mServer->getAllocator())
                                      CallJob(client, mName, registrar, mFunctionID, std::move(arguments)));
     RPCHelper* const helper = RPCHelper::getInstance();

@@ -20,12 +20,11 @@ private:
     using FunctionID = Reflection::Function::FunctionID;
     using FunctionRegistrarPtr = Reflection::Function::FunctionRegistrarPtr;
 
-    bool find();
+    FunctionRegistrarPtr find();
     bool findIn(const FunctionRegistrarPtr& registrar);
-    bool call(MessageReader& reader, uint32 connection);
+    bool call(MessageReader& reader, uint32 connection, const FunctionRegistrarPtr& registrar);
 
     String mName;
-    FunctionRegistrarPtr mRegistrar; ///< null as long as the function is not found
     FunctionID mFunctionID;
     uint32 mCount = 0; ///< of the functions of that name where the search stops
 };
