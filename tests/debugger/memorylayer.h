@@ -41,6 +41,10 @@ public:
             layer.mServer->messageReceived(connectionID, &stream);
         });
     }
+    /// The server has begun: what it makes at its start is made.
+    void waitForPass() {
+        perform([](Layer&) {});
+    }
     void lose(uint32 connectionID) {
         perform([&](Layer& layer) { layer.disconnect(connectionID); });
     }

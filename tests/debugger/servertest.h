@@ -18,7 +18,13 @@ struct ServerTest : LibraryTest {
             CHECK(Debugger::Server::destroyInstance());
     }
 
-    bool run() { return Debugger::Server::runAsync(cAddress, mNetwork); }
+    /// Comes back when the server's thread waits for events.
+    bool run() {
+        if (!Debugger::Server::runAsync(cAddress, mNetwork))
+            return false;
+        mNetwork.waitForPass();
+        return true;
+    }
     static Debugger::Server& server() { return *Debugger::Server::getInstance(); }
 
     static inline const Network::Sockets::HostAddress cAddress{Network::Sockets::IPV4::LOOPBACK, 4711};
