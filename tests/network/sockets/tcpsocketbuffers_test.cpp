@@ -62,10 +62,11 @@ TEST_CASE_FIXTURE(LibraryTest, "small receives return what has arrived, whatever
 TEST_CASE_FIXTURE(LibraryTest, "what stays here because more follows is sent in its place, and when there is room") {
     constexpr uint32 cPiece = 256;
     ConnectedPair pair;
-    const std::string bytes = patternOf(6000000);
-    const auto length = static_cast<uint32>(bytes.size());
-    for (const uint32 perMessage : {length, 7 * cPiece, 2 * cPiece}) {
+    // More than the system keeps for a peer that does not read.
+    const std::string bytes = patternOf(40000000);
+    for (const uint32 perMessage : {~uint32{0}, 7 * cPiece, 2 * cPiece}) {
         CAPTURE(perMessage);
+        auto length = static_cast<uint32>(bytes.size());
         uint32 sent = 0;
         const auto sendPiece = [&] {
             // A piece of which a part was taken goes on behind that.
@@ -77,18 +78,18 @@ TEST_CASE_FIXTURE(LibraryTest, "what stays here because more follows is sent in 
             return count;
         };
         int count = 0;
-        while (count >= 0)
+        while (count >= 0 && sent < length)
             count = sendPiece();
         REQUIRE(count == TCPSocket::NOT_YET);
-        CHECK(sent < length - TCPSocket::cMostBehind);
+        length = std::min(length, sent + 1000000);
         std::string received;
-        std::thread peer([&] { received = receiveText(*pair.far, bytes.size()); });
+        std::thread peer([&] { received = receiveText(*pair.far, length); });
         while (sent < length) {
             count = sendPiece();
             REQUIRE((count > 0 || count == TCPSocket::NOT_YET));
         }
         peer.join();
-        CHECK(received == bytes);
+        CHECK(received == bytes.substr(0, length));
     }
 
     // A failure comes with the call that finds it.
