@@ -197,10 +197,11 @@ TEST_CASE_FIXTURE(CallTest, "no more calls wait than the limits allow") {
         std::string message;
         std::string name;
     };
+    constexpr uint64 cBytesOfThree = 3 * sizeof(Debugger::CallJob) + 10 + 9;
     add("echo", &echo<uint32>);
     occupy();
-    for (const Case& c : {Case{1000000, 2, callOf("count"), "count"},
-                          Case{3 * sizeof(Debugger::CallJob) + 10 + 9, 100, callOf("echo", uint32{1}), "echo"}}) {
+    for (const Case& c :
+         {Case{1000000, 2, callOf("count"), "count"}, Case{cBytesOfThree, 100, callOf("echo", uint32{1}), "echo"}}) {
         server().setConnectionLimits({.mMaxQueuedBytes = c.bytes, .mMaxQueuedMessages = c.messages});
         RecordingListener log(LOG_ERROR);
         CHECK(comesTrue([&] {
@@ -209,11 +210,13 @@ TEST_CASE_FIXTURE(CallTest, "no more calls wait than the limits allow") {
         }));
         CHECK(log.messages() == "Too many calls wait already: the one of " + c.name + " is dropped ");
     }
+    server().setConnectionLimits({}); // the last call finds room
     mIsToLeave.open();
     CHECK(hexOf(takeUntilDone()) ==
           hexOf(answerOf("wait") + answerOf("count") + answerOf("count") + answerOf("echo", uint32{1})));
     CHECK(mCount == 2);
     // What has been called makes room again.
+    server().setConnectionLimits({.mMaxQueuedBytes = cBytesOfThree, .mMaxQueuedMessages = 2});
     CHECK(outcomeOf(callOf("echo", uint32{2})) == hexOf(answerOf("echo", uint32{2})));
 }
 
