@@ -79,19 +79,21 @@ private:
         return ntohl(number);
     }
     void fill(std::size_t wanted) {
-        while (mBytes.size() - mBegin < wanted) {
-            mBytes.erase(0, std::exchange(mBegin, 0));
-            const std::size_t size = mBytes.size();
-            mBytes.resize(size + 65536);
-            const ssize_t count = recv(mClient.getDescriptor(), mBytes.data() + size, 65536, 0);
+        while (mEnd - mBegin < wanted) {
+            std::memmove(mBytes.data(), mBytes.data() + mBegin, mEnd - mBegin);
+            mEnd -= std::exchange(mBegin, 0);
+            if (mBytes.size() < wanted)
+                mBytes.resize(wanted);
+            const ssize_t count = recv(mClient.getDescriptor(), mBytes.data() + mEnd, mBytes.size() - mEnd, 0);
             check(count > 0, "the tool receives nothing");
-            mBytes.resize(size + static_cast<std::size_t>(count));
+            mEnd += static_cast<std::size_t>(count);
         }
     }
 
     const BlockingClient& mClient;
-    std::string mBytes;
-    std::size_t mBegin = 0;
+    std::string mBytes = std::string(65536, '?');
+    std::size_t mBegin = 0; ///< of the bytes that have arrived and were not looked at
+    std::size_t mEnd = 0;
     uint64 mNumBytes = 0;
 };
 
