@@ -193,10 +193,10 @@ TEST_CASE_FIXTURE(LibraryTest, "each product and each sum is rounded by itself")
     const auto make = [&] { return static_cast<float>(makeComponent(random, 1000)) / 7; };
     for (int round = 0; round < 10000; ++round) {
         CAPTURE(round);
-        const Vec2f a1(make(), make());
-        const Vec2f a2(make(), make());
-        const Vec2f b1(make(), make());
-        const Vec2f b2(make(), make());
+        const Vec2f a1{make(), make()};
+        const Vec2f a2{make(), make()};
+        const Vec2f b1{make(), make()};
+        const Vec2f b2{make(), make()};
         // No machine computes more than one step at a time on these.
         volatile float left = (a2.mX - a1.mX) * (b2.mY - b1.mY);
         volatile float right = (a2.mY - a1.mY) * (b2.mX - b1.mX);
