@@ -22,6 +22,7 @@ FLOORS = [
     ],
     [STREAMS, r"common/threading/"],
     [r"common/io/", r"common/serialize/", r"common/crypto/", r"common/parser/[^/]+$"],
+    [r"common/parser/internal/"],
     [r"common/reflection/", r"common/parser/xml/", r"common/geom/"],
     [r"common/network/", r"common/parser/formula/", r"common/parser/vrml2/"],
     [r"common/debugger/"],

@@ -3,9 +3,9 @@
 #include "common/parser/vrml2/meshgen.h"
 #include "common/parser/vrml2/parser.h"
 #include "common/parser/vrml2/switchnode.h"
+#include "fuzz/files.h"
 #include "fuzz/library.h"
 #include "fuzz/require.h"
-#include "tests/support/memoryfilesystem.h"
 
 #include <memory>
 #include <string>
@@ -21,7 +21,6 @@ namespace VRML2 = Tarq::Common::Parser::VRML2;
 
 namespace {
 
-constexpr char cFileSeparator = '\f';
 /// Files may name others several times each, and those too.
 constexpr uint32 cInlineLimit = 50;
 constexpr VRML2::MeshLimits cLimits{10'000, 10'000, 10'000'000};
@@ -87,13 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t siz
     parser.setInlineLimit(cInlineLimit);
     all.remove_prefix(1);
     Tarq::Test::MemoryFileSystem files;
-    for (int number = 0;; ++number) {
-        const std::size_t end = all.find(cFileSeparator);
-        files.add(std::to_string(number), std::string(all.substr(0, end)));
-        if (end == std::string_view::npos)
-            break;
-        all.remove_prefix(end + 1);
-    }
+    Tarq::Fuzz::addFiles(files, all);
     const std::string first = parse(parser, files);
     require(first == parse(parser, files));
     return 0;

@@ -4,9 +4,9 @@
 #include "common/parser/xml/xmlparser.h"
 #include "common/parser/xml/xmlparserexception.h"
 #include "common/parser/xml/xmlwriter.h"
+#include "fuzz/files.h"
 #include "tests/parser/xml/grammar.h"
 #include "tests/parser/xml/outcomes.h"
-#include "tests/support/memoryfilesystem.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -23,7 +23,6 @@ using namespace Tarq::Common::Parser::XML;
 
 namespace {
 
-constexpr char cFileSeparator = '\f';
 /// Files may include others twice each, and those too.
 constexpr int cMostFiles = 50;
 /// The grammar is read by functions that call themselves.
@@ -109,13 +108,7 @@ std::string outcomeOfDocument(std::string_view document, bool copyStrings, bool&
 
 void parseFiles(std::string_view all) {
     Files files;
-    for (int number = 0;; ++number) {
-        const std::size_t end = all.find(cFileSeparator);
-        files.add(std::to_string(number), std::string(all.substr(0, end)));
-        if (end == std::string_view::npos)
-            break;
-        all.remove_prefix(end + 1);
-    }
+    Tarq::Fuzz::addFiles(files, all);
     XMLParser parser;
     const auto parse = [&] {
         files.startCounting();

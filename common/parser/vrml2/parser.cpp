@@ -3,6 +3,7 @@
 #include "common/debug/assert.h"
 #include "common/exceptions/argumentexception.h"
 #include "common/math/vec2.h"
+#include "common/parser/internal/fullname.h"
 #include "common/parser/vrml2/appearancenode.h"
 #include "common/parser/vrml2/boxnode.h"
 #include "common/parser/vrml2/coordinateprop.h"
@@ -23,16 +24,6 @@ namespace Tarq::Common::Parser::VRML2 {
 namespace {
 
 constexpr std::string_view cHeader = "#VRML V2.0 utf8";
-
-/// A name of which the file system makes no path stands for itself.
-String fullNameOf(const String& fileName, const IO::FileSystem& fileSystem) {
-    try {
-        return fileSystem.getFullPath(fileName);
-    } catch (Exceptions::ArgumentException* exception) {
-        const Exceptions::Holder holder(exception);
-        return fileName;
-    }
-}
 
 template <class Value>
 Value& valueOf(const Member& member) {
@@ -154,7 +145,7 @@ SceneNode* Parser::parseFile(String fileName) {
 
 void Parser::open(String fileName) {
     mStream = mFileSystem->openFile(fileName);
-    mFullName = fullNameOf(fileName, *mFileSystem);
+    mFullName = getFullName(fileName, *mFileSystem);
     mDirectory = mFileSystem->getDirectoryName(fileName);
     mFileName = std::move(fileName);
     beginReading(*mStream);
@@ -190,7 +181,7 @@ SceneNodePtr Parser::parseInlineFile(const String& url) {
 
 /// The files that are open are those of this parser and of the ones that include it.
 void Parser::requireIncludable(const String& fileName) {
-    const String fullName = fullNameOf(fileName, *mFileSystem);
+    const String fullName = getFullName(fileName, *mFileSystem);
     for (const Parser* parser = this; parser; parser = parser->mIncluder) {
         if (parser->mFullName == fullName)
             fail("VRML2::Parser: The file '" + fileName + "' includes itself");

@@ -3,6 +3,7 @@
 #include "common/exceptions/argumentexception.h"
 #include "common/io/ioexception.h"
 #include "common/memory/allocate.h"
+#include "common/parser/internal/fullname.h"
 #include "common/parser/xml/internal/xmldocumentreader.h"
 #include "common/parser/xml/internal/xmlscanner.h"
 
@@ -54,17 +55,6 @@ char readReference(std::string_view text, std::size_t& length) noexcept {
         code = std::numeric_limits<uint32>::max();
     length = static_cast<std::size_t>(digitsEnd + 1 - text.data());
     return static_cast<char>(code);
-}
-
-/// By which a file of several names is known again. A name of which the file system makes no path stands for itself.
-/// itself.
-String fullNameOf(const String& fileName, const IO::FileSystem& fileSystem) {
-    try {
-        return fileSystem.getFullPath(fileName);
-    } catch (Exceptions::ArgumentException* exception) {
-        const Exceptions::Holder holder(exception);
-        return fileName;
-    }
 }
 
 } // namespace
@@ -169,10 +159,10 @@ XMLTreeBuilder* XMLParser::readIncluded(const String& fileName, XMLScanner& scan
 
 /// The files that are open are those of this parser and of the ones that include it.
 void XMLParser::requireIncludable(const String& fileName, XMLScanner& scanner) const {
-    const String fullName = fullNameOf(fileName, *mFileSystem);
+    const String fullName = getFullName(fileName, *mFileSystem);
     uint32 depth = 0;
     for (const XMLParser* parser = this; parser; parser = parser->mIncluder) {
-        if (parser->mFileName == fileName || fullNameOf(parser->mFileName, *mFileSystem) == fullName)
+        if (parser->mFileName == fileName || getFullName(parser->mFileName, *mFileSystem) == fullName)
             scanner.fail(scanner.getPosition(), "XMLParser: The file '" + fileName + "' includes itself");
         if (depth++ == cMostNestedIncludes)
             scanner.fail(scanner.getPosition(), "XMLParser: The file '" + fileName + "' is included too deep");
